@@ -1,0 +1,195 @@
+// CRCs by carry-less multiplication (PCLMULQDQ): one kernel for the three, a template over the polynomial and the bit
+// order. Bound by the throughput of the multiplier, two multiplications for each 16 bytes; short inputs by the latency
+// of the last three.
+//
+// Read a buffer as a polynomial M over GF(2), first bit of the first byte highest. With the register added to its first
+// 32 bits, the new register is M x^32 mod P. A 16-byte block X = H x^64 + L that stands n bits before another may be
+// added to it after multiplication by x^n, modulo P:
+//
+//   X x^n  =  H (x^(n+64) mod P) + L (x^n mod P)      (mod P)
+//
+// two products of 64 by 32 bits, which fit 128 bits again ("folding"). So the buffer shrinks to 16 bytes, eight lanes
+// at a time to hide the multiplier's latency. The last 16 bytes become Y = X x^32 mod P of at most 96 bits by one more
+// product, H (x^96 mod P) + L x^32, and the rest is Barrett's division: with A = Y div x^32 and m = x^96 div P, the
+// quotient q = A m div x^64 is exact, and Y - q P has only the 32 bits wanted.
+//
+// Bit order. The reflected CRCs store the coefficient of x^(127-i) in bit i of the register, which is how the bytes
+// come from memory. The product of two such 64-bit values is one bit short: read as 128 bits it stands for x A B, so
+// constants carry one power of x less. The bzip2 CRC stores x^i in bit i, so its bytes are reversed after each load.
+
+#include "checksum/crc.h"
+#include "checksum/crc_polynomial.h"
+#include "core/target.h"
+#include "shared/unaligned.h"
+
+#if ZELDC_PCLMUL
+
+#include <immintrin.h>
+
+namespace {
+
+using namespace zeldc;
+
+// Shuffle controls at 16 - s shift the bytes of a vector up by s, at 16 + s down by s, filling with zeros.
+alignas(16) constexpr uint8_t kByteShifts[48] = {
+    0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
+    0,    1,    2,    3,    4,    5,    6,    7,    8,    9,    10,   11,   12,   13,   14,   15,
+    0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
+};
+
+ZELDC_ALWAYS_INLINE __m128i Load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+
+ZELDC_ALWAYS_INLINE __m128i ShiftBytesUp(__m128i v, size_t bytes) {
+  return _mm_shuffle_epi8(v, Load(kByteShifts + 16 - bytes));
+}
+
+ZELDC_ALWAYS_INLINE __m128i ShiftBytesDown(__m128i v, size_t bytes) {
+  return _mm_shuffle_epi8(v, Load(kByteShifts + 16 + bytes));
+}
+
+// The last `len` bytes of a vector are the 1..15 bytes at src, the others 0.
+ZELDC_ALWAYS_INLINE __m128i LoadShort(const uint8_t* src, size_t len) {
+  if (len >= 8) {
+    const uint64_t lo = LoadLE<uint64_t>(src) << (8 * (16 - len) & 63);
+    return _mm_set_epi64x(static_cast<int64_t>(LoadLE<uint64_t>(src + len - 8)),
+                          static_cast<int64_t>(len == 8 ? 0 : lo));
+  }
+  uint64_t v;
+  if (len >= 4) {
+    v = (uint64_t{LoadLE<uint32_t>(src + len - 4)} << 32) |
+        (len == 4 ? 0 : uint64_t{LoadLE<uint32_t>(src) << (8 * (8 - len))});
+  } else {
+    // len 1: the same byte thrice, of which the shift leaves the highest; 2: first, last, last; 3: all.
+    v = uint64_t{src[len - 1]} << 56;
+    if (len >= 2) v |= uint64_t{src[len - 2]} << 48;
+    if (len == 3) v |= uint64_t{src[0]} << 40;
+  }
+  return _mm_set_epi64x(static_cast<int64_t>(v), 0);
+}
+
+template <uint32_t kPoly, bool kReflected>
+struct Folder {
+  // The pair of constants that moves a block on by `bits`: for the half with the higher powers, for the other.
+  static ZELDC_ALWAYS_INLINE __m128i FoldConstants(uint32_t high, uint32_t low) {
+    if constexpr (kReflected)
+      return _mm_set_epi64x(static_cast<int64_t>(Reflect64(low)), static_cast<int64_t>(Reflect64(high)));
+    return _mm_set_epi64x(high, low);
+  }
+  template <unsigned kBits>
+  static ZELDC_ALWAYS_INLINE __m128i MoveBy() {
+    constexpr unsigned kOff = kReflected ? 1 : 0;
+    constexpr uint32_t kHigh = PowerOfX(kPoly, kBits + 64 - kOff);
+    constexpr uint32_t kLow = PowerOfX(kPoly, kBits - kOff);
+    return FoldConstants(kHigh, kLow);
+  }
+
+  static ZELDC_ALWAYS_INLINE __m128i Swap(__m128i v) {
+    if constexpr (kReflected) return v;
+    return _mm_shuffle_epi8(v, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+  }
+  static ZELDC_ALWAYS_INLINE __m128i LoadBlock(const uint8_t* p) { return Swap(Load(p)); }
+
+  static ZELDC_ALWAYS_INLINE __m128i Fold(__m128i x, __m128i constants, __m128i next) {
+    return _mm_xor_si128(
+        _mm_xor_si128(_mm_clmulepi64_si128(x, constants, 0x00), _mm_clmulepi64_si128(x, constants, 0x11)), next);
+  }
+
+  // A vector whose first four bytes are the register, in memory order.
+  static ZELDC_ALWAYS_INLINE __m128i RegisterInFront(uint32_t reg) {
+    return _mm_cvtsi32_si128(static_cast<int32_t>(kReflected ? reg : ByteSwap(reg)));
+  }
+
+  // The register after the 16 bytes of x.
+  static ZELDC_ALWAYS_INLINE uint32_t Reduce(__m128i x) {
+    if constexpr (kReflected) {
+      constexpr uint64_t kX95 = Reflect64(PowerOfX(kPoly, 95));
+      constexpr uint64_t kQuotient = (Reflect64(BarrettQuotient(kPoly)) << 1) | 1;  // without its constant term
+      constexpr uint64_t kGenerator = (uint64_t{Reflect32(kPoly)} << 1) | 1;
+      const __m128i constants = _mm_set_epi64x(static_cast<int64_t>(kQuotient), static_cast<int64_t>(kX95));
+      const __m128i y =
+          _mm_xor_si128(_mm_clmulepi64_si128(x, constants, 0x00), _mm_slli_si128(_mm_srli_si128(x, 8), 4));
+      const __m128i q = _mm_clmulepi64_si128(_mm_srli_si128(y, 4), constants, 0x10);
+      const __m128i qp = _mm_clmulepi64_si128(q, _mm_set_epi64x(0, static_cast<int64_t>(kGenerator)), 0x00);
+      return static_cast<uint32_t>(_mm_extract_epi32(_mm_xor_si128(y, _mm_slli_si128(qp, 4)), 3));
+    } else {
+      constexpr uint64_t kX96 = PowerOfX(kPoly, 96);
+      constexpr uint64_t kQuotient = BarrettQuotient(kPoly);
+      const __m128i constants = _mm_set_epi64x(static_cast<int64_t>(kQuotient), static_cast<int64_t>(kX96));
+      const __m128i y = _mm_xor_si128(_mm_clmulepi64_si128(x, constants, 0x01), _mm_slli_si128(_mm_move_epi64(x), 4));
+      const __m128i a = _mm_srli_si128(y, 4);
+      const __m128i q = _mm_xor_si128(_mm_slli_si128(a, 8), _mm_clmulepi64_si128(a, constants, 0x10));
+      const __m128i qp = _mm_clmulepi64_si128(q, _mm_set_epi64x(0, kPoly), 0x01);
+      return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_xor_si128(y, qp)));
+    }
+  }
+
+  static ZELDC_ALWAYS_INLINE uint32_t Short(uint32_t reg, const uint8_t* src, size_t len) {
+    if (len == 0) return reg;
+    const __m128i x = _mm_xor_si128(LoadShort(src, len), ShiftBytesUp(RegisterInFront(reg), 16 - len));
+    // Of a register longer than the data, the rest just moves up.
+    uint32_t rest = 0;
+    if (len < 4) rest = kReflected ? reg >> (8 * len) : reg << (8 * len);
+    return Reduce(Swap(x)) ^ rest;
+  }
+
+  // x, in front of the 1..15 bytes at src, which follow at least 16 bytes that may be read.
+  static ZELDC_ALWAYS_INLINE __m128i FoldTail(__m128i x, const uint8_t* src, size_t len) {
+    const __m128i bytes = Swap(x);  // memory order
+    const __m128i front = Swap(ShiftBytesUp(bytes, 16 - len));
+    const __m128i fresh = ShiftBytesUp(ShiftBytesDown(Load(src + len - 16), 16 - len), 16 - len);
+    const __m128i back = Swap(_mm_or_si128(ShiftBytesDown(bytes, len), fresh));
+    return Fold(front, MoveBy<128>(), back);
+  }
+
+  static uint32_t Crc(uint32_t reg, const uint8_t* src, size_t len) {
+    if (len < 16) return Short(reg, src, len);
+    const __m128i front = Swap(RegisterInFront(reg));
+    __m128i x;
+    if (len < 64) {
+      x = _mm_xor_si128(LoadBlock(src), front);
+      src += 16;
+      len -= 16;
+    } else {
+      __m128i v[4];
+      if (len < 256) {
+        for (int i = 0; i < 4; ++i) v[i] = LoadBlock(src + 16 * i);
+        v[0] = _mm_xor_si128(v[0], front);
+        src += 64;
+        len -= 64;
+      } else {
+        __m128i w[8];
+        for (int i = 0; i < 8; ++i) w[i] = LoadBlock(src + 16 * i);
+        w[0] = _mm_xor_si128(w[0], front);
+        const __m128i by128 = MoveBy<128 * 8>();
+        for (src += 128, len -= 128; len >= 128; src += 128, len -= 128) {
+          for (int i = 0; i < 8; ++i) w[i] = Fold(w[i], by128, LoadBlock(src + 16 * i));
+        }
+        const __m128i by64 = MoveBy<128 * 4>();
+        for (int i = 0; i < 4; ++i) v[i] = Fold(w[i], by64, w[i + 4]);
+      }
+      const __m128i by64 = MoveBy<128 * 4>();
+      for (; len >= 64; src += 64, len -= 64) {
+        for (int i = 0; i < 4; ++i) v[i] = Fold(v[i], by64, LoadBlock(src + 16 * i));
+      }
+      x = Fold(v[0], MoveBy<384>(), Fold(v[1], MoveBy<256>(), Fold(v[2], MoveBy<128>(), v[3])));
+    }
+    const __m128i by16 = MoveBy<128>();
+    for (; len >= 16; src += 16, len -= 16) x = Fold(x, by16, LoadBlock(src));
+    if (len > 0) x = FoldTail(x, src, len);
+    return Reduce(x);
+  }
+};
+
+}  // namespace
+
+uint32_t ownCrc32(uint32_t reg, const uint8_t* src, size_t len) { return Folder<kPolyCrc32, true>::Crc(reg, src, len); }
+
+uint32_t ownCrc32c(uint32_t reg, const uint8_t* src, size_t len) {
+  return Folder<kPolyCrc32c, true>::Crc(reg, src, len);
+}
+
+uint32_t ownCrc32Bzip2(uint32_t reg, const uint8_t* src, size_t len) {
+  return Folder<kPolyCrc32, false>::Crc(reg, src, len);
+}
+
+#endif

@@ -1,0 +1,46 @@
+// Which kernels this build uses: the one place that looks at the compiler's target macros.
+#pragma once
+
+#if defined(__x86_64__) || defined(__i386__)
+#define ZELDC_X86 1
+#else
+#define ZELDC_X86 0
+#endif
+
+#if defined(__SSE2__)
+#define ZELDC_SSE2 1
+#else
+#define ZELDC_SSE2 0
+#endif
+
+#if defined(__SSSE3__)
+#define ZELDC_SSSE3 1
+#else
+#define ZELDC_SSSE3 0
+#endif
+
+#if defined(__AVX2__)
+#define ZELDC_AVX2 1
+#else
+#define ZELDC_AVX2 0
+#endif
+
+// Carry-less multiplication, with the byte shuffles that go with it.
+#if defined(__PCLMUL__) && defined(__SSSE3__) && defined(__SSE4_1__)
+#define ZELDC_PCLMUL 1
+#else
+#define ZELDC_PCLMUL 0
+#endif
+
+#if defined(__VPCLMULQDQ__) && defined(__AVX2__)
+#define ZELDC_VPCLMUL 1
+#else
+#define ZELDC_VPCLMUL 0
+#endif
+
+#define ZELDC_LIKELY(x) __builtin_expect(!!(x), 1)
+#define ZELDC_UNLIKELY(x) __builtin_expect(!!(x), 0)
+#define ZELDC_ALWAYS_INLINE inline __attribute__((always_inline))
+// Behind the parameters of a lambda.
+#define ZELDC_LAMBDA_INLINE __attribute__((always_inline))
+#define ZELDC_NOINLINE __attribute__((noinline))

@@ -1,0 +1,157 @@
+// Making of dynamic codes, and the choice between kinds of blocks (RFC 1951 section 3.2.7).
+
+#include "deflate/dynamic_code.h"
+
+#include <string.h>
+
+#include "deflate/pair_codes.h"
+#include "shared/bits_lsb.h"
+#include "shared/code_lengths.h"
+
+namespace zeldc {
+
+namespace {
+
+// The tree description: code lengths, run-length coded, with a code of their own.
+struct LengthCoder {
+  uint8_t symbols[kLitLenSymbols + kDistanceSymbols];
+  uint8_t extra[kLitLenSymbols + kDistanceSymbols];
+  int n = 0;
+  uint32_t frequencies[kCodeLengthSymbols] = {};
+
+  void Put(int symbol, int extraValue) {
+    symbols[n] = static_cast<uint8_t>(symbol);
+    extra[n++] = static_cast<uint8_t>(extraValue);
+    ++frequencies[symbol];
+  }
+
+  void PutSequence(const uint8_t* lengths, int count) {
+    for (int i = 0; i < count;) {
+      const uint8_t value = lengths[i];
+      int run = 1;
+      while (i + run < count && lengths[i + run] == value) ++run;
+      i += run;
+      if (value == 0) {
+        for (; run >= 11; run -= run < 138 ? run : 138) Put(18, (run < 138 ? run : 138) - 11);
+        if (run >= 3) {
+          Put(17, run - 3);
+          run = 0;
+        }
+      } else {
+        Put(value, 0);
+        --run;
+        for (; run >= 3; run -= run < 6 ? run : 6) Put(16, (run < 6 ? run : 6) - 3);
+      }
+      for (; run > 0; --run) Put(value, 0);
+    }
+  }
+};
+
+constexpr int ExtraBitsOfCodeLength(int symbol) { return symbol < 16 ? 0 : symbol == 16 ? 2 : symbol == 17 ? 3 : 7; }
+
+int UsedLengths(const uint8_t* lengths, int symbols, int least) {
+  while (symbols > least && lengths[symbols - 1] == 0) --symbols;
+  return symbols;
+}
+
+}  // namespace
+
+bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
+  memset(statistics, 0, sizeof(*statistics));
+  uint32_t literals[256] = {};
+  uint32_t lengths[256] = {};
+  for (int32_t i = 0; i < n; ++i) {
+    const zelLZ77Pair pair = pairs[i];
+    if (pair.distance == 0) {
+      ++literals[pair.length & 0xFF];
+    } else {
+      if (!IsMatch(pair)) return false;
+      ++lengths[pair.length - kMinMatch];
+      ++statistics->distance[DistanceSymbol(pair.distance)];
+    }
+  }
+  memcpy(statistics->litLen, literals, sizeof(literals));
+  statistics->litLen[kEndOfBlock] = 1;
+  for (uint32_t i = 0; i < 256; ++i) {
+    statistics->litLen[kFirstLengthSymbol + kLengthSymbolIndex.of[i]] += lengths[i];
+    statistics->bytes += literals[i] + uint64_t{lengths[i]} * (i + kMinMatch);
+  }
+  return true;
+}
+
+void BuildDynamicCode(EncoderState* s, const PairStatistics& statistics) {
+  BuildCodeLengths(statistics.litLen, kLitLenSymbols, kMaxCodeLength, s->litLenLengths);
+  BuildCodeLengths(statistics.distance, kDistanceSymbols, kMaxCodeLength, s->distanceLengths);
+  const int litLenCount = UsedLengths(s->litLenLengths, kLitLenSymbols, kFirstLengthSymbol);
+  const int distanceCount = UsedLengths(s->distanceLengths, kDistanceSymbols, 1);
+
+  LengthCoder coder;
+  coder.PutSequence(s->litLenLengths, litLenCount);
+  coder.PutSequence(s->distanceLengths, distanceCount);
+  uint8_t lengths[kCodeLengthSymbols];
+  uint16_t codes[kCodeLengthSymbols];
+  BuildCodeLengths(coder.frequencies, kCodeLengthSymbols, kMaxCodeLengthCodeLength, lengths);
+  BuildReversedCodes(lengths, kCodeLengthSymbols, codes);
+  int sent = kCodeLengthSymbols;
+  while (sent > 4 && lengths[kCodeLengthOrder[sent - 1]] == 0) --sent;
+
+  BitWriter out(0, 0, s->tree, s->tree + sizeof(s->tree));
+  out.Put(static_cast<uint32_t>(litLenCount - 257), 5);
+  out.Put(static_cast<uint32_t>(distanceCount - 1), 5);
+  out.Put(static_cast<uint32_t>(sent - 4), 4);
+  for (int i = 0; i < sent; ++i) {
+    out.Put(lengths[kCodeLengthOrder[i]], 3);
+    out.WriteBytes();
+  }
+  for (int i = 0; i < coder.n; ++i) {
+    const int symbol = coder.symbols[i];
+    out.Put(codes[symbol] | static_cast<uint32_t>(coder.extra[i]) << lengths[symbol],
+            lengths[symbol] + static_cast<uint32_t>(ExtraBitsOfCodeLength(symbol)));
+    out.WriteBytes();
+  }
+  s->treeBits = static_cast<int32_t>(8 * (out.out - s->tree) + out.count);
+  out.PadToByte();
+  out.WriteBytes();
+}
+
+}  // namespace zeldc
+
+using namespace zeldc;
+
+extern "C" zelStatus zelsEncodeLZ77SelectHuffMode_8u(const zelLZ77Pair* pPairs, int32_t pairsLen,
+                                                     zelLZ77HuffMode* pMode, zelLZ77State* pState) {
+  if (!pPairs || !pMode || !pState) return zelErrNullPtr;
+  EncoderState* s = Encoder(pState);
+  if (s->choicePending) {
+    *pMode = s->chosenMode;
+    return zelOk;
+  }
+  if (pairsLen < 0) return zelErrSize;
+  PairStatistics statistics;
+  if (!CountPairs(pPairs, pairsLen, &statistics)) return zelErrSize;
+  BuildDynamicCode(s, statistics);
+
+  // Costs in bits. The end of the block, the alignment of a stored block and its split into many are not counted.
+  uint64_t stored = 32 + 8 * statistics.bytes;
+  uint64_t fixed = 3;
+  uint64_t dynamic = 3 + 8 * static_cast<uint64_t>((s->treeBits + 7) / 8);
+  for (int i = 0; i < kLitLenSymbols; ++i) {
+    if (i == kEndOfBlock) continue;
+    const uint64_t n = statistics.litLen[i];
+    const uint64_t extra = i < kFirstLengthSymbol ? 0 : kLengthSymbol.s[i - kFirstLengthSymbol].extraBits;
+    fixed += n * (FixedLitLenLength(i) + extra);
+    dynamic += n * (s->litLenLengths[i] + extra);
+  }
+  for (int i = 0; i < kDistanceSymbols; ++i) {
+    const uint64_t n = statistics.distance[i];
+    const uint64_t extra = kDistanceSymbol.s[i].extraBits;
+    fixed += n * (kFixedDistanceLength + extra);
+    dynamic += n * (s->distanceLengths[i] + extra);
+  }
+  s->chosenMode = stored < fixed && stored < dynamic ? zelLZ77HuffStored
+                  : fixed < dynamic                  ? zelLZ77HuffFixed
+                                                     : zelLZ77HuffDynamic;
+  s->choicePending = 1;
+  *pMode = s->chosenMode;
+  return zelOk;
+}

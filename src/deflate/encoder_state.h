@@ -1,0 +1,91 @@
+// The encoder's record.
+#pragma once
+
+#include "deflate/hash_salt.h"
+#include "shared/deflate_format.h"
+#include "shared/lz77_state.h"
+#include "zeldc/deflate.h"
+
+namespace zeldc {
+
+inline constexpr int kEncoderRecordSize = 598948;
+
+// Room for a window, for a window of new input behind it, and for a match that starts at its end.
+inline constexpr int kHistorySize = 2 * kWindowSize + kMaxMatch + 14;
+
+// Where the block writer stands in the stream. The numbers are the contract's.
+enum BlockPhase : int32_t {
+  kPhaseNone = 0,
+  kPhaseHeader = 2,    // a block header is to be written
+  kPhaseOpen = 3,      // a block, or output of it, is pending
+  kPhaseClosed = 4,    // the block is complete
+  kPhaseFinished = 5,  // so is the stream, or its trailer
+};
+
+// What a Huffman block still has to come, in order.
+enum BlockStep : int32_t {
+  kStepDone = 0,
+  kStepTreeDescription = 1,
+  kStepPairs = 2,
+  kStepEndOfBlock = 3,
+  kStepMarkerBits = 4,
+  kStepMarkerBytes = 5,
+};
+
+// What a stored block still has to come. The numbers are the contract's.
+enum StoredStep : int32_t {
+  kStoredBegin = 0,
+  kStoredHeader = 1,
+  kStoredLength = 2,
+  kStoredCopy = 3,
+};
+
+struct EncoderState : zelLZ77State {
+  zelLZ77Pair ownPairs[zelLZ77MaxPairs];
+
+  // Match search.
+  int32_t level;        // zelLZ77Level, normalised
+  int32_t srcRemain;    // bytes of the last zelsEncodeLZ77_8u call not yet consumed
+  int32_t lastFlush;    // its zelLZ77FlushMode
+  int32_t historyPos;   // running position of the next byte, counting the dictionary
+  uint32_t checksum;    // running value over all consumed bytes, started from 0
+  Wide totalIn;         // bytes consumed
+  uint32_t tablePos;    // position of the next byte as the tables count it
+  uint32_t nextSweep;   // where old table entries must be made unusable for good
+  int32_t historyFill;  // bytes in history, the newest last
+
+  // Block writer.
+  Wide bitBuffer;  // bits not yet written, the first one lowest
+  int32_t bitCount;
+  int32_t blockPhase;     // BlockPhase
+  int32_t blockStep;      // BlockStep
+  int32_t markerOwed;     // bytes of the flush marker still to be written
+  int32_t storedStep;     // StoredStep
+  int32_t storedLeft;     // bytes of the stored block still to be copied
+  int32_t choicePending;  // SelectHuffMode's answer stands
+  int32_t chosenMode;     // zelLZ77HuffMode
+  int32_t trailerWritten;
+  uint8_t trailer[8];
+  int32_t treeBits;        // length of the tree description
+  int32_t treeBytesTaken;  // how much of it has gone to the bit buffer
+  uint8_t tree[292];
+  uint8_t litLenLengths[kLitLenSymbols];  // of the dynamic code
+  uint8_t distanceLengths[kDistanceSymbols];
+
+  uint8_t history[kHistorySize];
+
+  // Match tables: positions modulo 2^16, and distances to the previous position with the same hash.
+  uint16_t head[kHashSize];
+  uint16_t chain[kWindowSize];
+};
+static_assert(sizeof(EncoderState) <= kEncoderRecordSize && alignof(EncoderState) == 4);
+
+inline EncoderState* Encoder(zelLZ77State* state) { return static_cast<EncoderState*>(state); }
+
+// Forgets all positions.
+void ClearMatchTables(EncoderState* s);
+
+// Makes positions of a dictionary, which stands in the history, known to the search.
+void InsertDictionary(EncoderState* s);
+
+}  // namespace zeldc

@@ -1,0 +1,110 @@
+// Huffman's algorithm over sorted frequencies, with a length limit.
+//
+// With the symbols in the order of frequency, the tree's inner nodes come about in the order of frequency too, so two
+// queues serve in place of a heap. Only the depth of each leaf matters. When a leaf lies too deep, the number of leaves
+// at each depth is repaired to the nearest that obey the limit, and the depths are dealt out again, the deepest to the
+// rarest symbols.
+
+#include "shared/code_lengths.h"
+
+#include <algorithm>
+
+namespace zeldc {
+
+namespace {
+
+inline constexpr int kMaxLimit = 15;
+
+struct Leaf {
+  uint32_t frequency;
+  uint16_t symbol;
+};
+
+// depths[i] of the i-th rarest of n >= 2 leaves, in count[depth], cut at `limit`.
+void CountDepths(const Leaf* leaves, int n, int limit, int (&count)[kMaxLimit + 1]) {
+  // Nodes 0 .. n-1 are the leaves, n .. 2n-2 the inner nodes as they come about.
+  uint32_t weight[2 * kMaxCodeSymbols];
+  uint16_t parent[2 * kMaxCodeSymbols];
+  for (int i = 0; i < n; ++i) weight[i] = leaves[i].frequency;
+  int leaf = 0;
+  int inner = n;
+  for (int node = n; node < 2 * n - 1; ++node) {
+    uint32_t sum = 0;
+    for (int child = 0; child < 2; ++child) {
+      const bool takeLeaf = leaf < n && (inner == node || weight[leaf] <= weight[inner]);
+      const int taken = takeLeaf ? leaf++ : inner++;
+      sum += weight[taken];
+      parent[taken] = static_cast<uint16_t>(node);
+    }
+    weight[node] = sum;
+  }
+
+  // Depths from the root down; over-long ones are counted at the limit.
+  uint16_t depth[2 * kMaxCodeSymbols];
+  depth[2 * n - 2] = 0;
+  int over = 0;
+  for (int node = 2 * n - 3; node >= 0; --node) {
+    int d = depth[parent[node]] + 1;
+    if (d > limit) {
+      d = limit;
+      ++over;
+    }
+    depth[node] = static_cast<uint16_t>(d);
+    if (node < n) ++count[d];
+  }
+
+  // Cutting made the code over-full. Two cut nodes fit in again when a leaf above the limit moves one level down and
+  // one leaf of the deepest level becomes its sibling.
+  for (; over > 0; over -= 2) {
+    int d = limit - 1;
+    while (count[d] == 0) --d;
+    --count[d];
+    count[d + 1] += 2;
+    --count[limit];
+  }
+}
+
+uint16_t Reverse16(uint32_t v) {
+  v = ((v >> 1) & 0x5555) | ((v & 0x5555) << 1);
+  v = ((v >> 2) & 0x3333) | ((v & 0x3333) << 2);
+  v = ((v >> 4) & 0x0F0F) | ((v & 0x0F0F) << 4);
+  return static_cast<uint16_t>((v >> 8) | (v << 8));
+}
+
+}  // namespace
+
+void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8_t* lengths) {
+  Leaf leaves[kMaxCodeSymbols];
+  int n = 0;
+  for (int i = 0; i < symbols; ++i) {
+    lengths[i] = 0;
+    if (frequencies[i]) leaves[n++] = {frequencies[i], static_cast<uint16_t>(i)};
+  }
+  for (int i = 0; n < 2; ++i) {
+    if (!frequencies[i]) leaves[n++] = {1, static_cast<uint16_t>(i)};
+  }
+  std::sort(leaves, leaves + n, [](const Leaf& a, const Leaf& b) {
+    return a.frequency != b.frequency ? a.frequency < b.frequency : a.symbol < b.symbol;
+  });
+
+  int count[kMaxLimit + 1] = {};
+  CountDepths(leaves, n, limit, count);
+  int i = 0;
+  for (int length = limit; length > 0; --length) {
+    for (int k = count[length]; k > 0; --k) lengths[leaves[i++].symbol] = static_cast<uint8_t>(length);
+  }
+}
+
+void BuildReversedCodes(const uint8_t* lengths, int symbols, uint16_t* codes) {
+  uint32_t count[kMaxLimit + 1] = {};
+  for (int i = 0; i < symbols; ++i) ++count[lengths[i]];
+  count[0] = 0;
+  uint32_t next[kMaxLimit + 1] = {};
+  for (int length = 1; length <= kMaxLimit; ++length) next[length] = (next[length - 1] + count[length - 1]) << 1;
+  for (int i = 0; i < symbols; ++i) {
+    const int length = lengths[i];
+    codes[i] = length ? static_cast<uint16_t>(Reverse16(next[length]++) >> (16 - length)) : uint16_t{0};
+  }
+}
+
+}  // namespace zeldc
