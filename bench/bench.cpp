@@ -1,0 +1,69 @@
+#include "bench.h"
+
+#include <zlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+
+void Fail(const std::string& message) {
+  std::fprintf(stderr, "bench_zeldc: %s\n", message.c_str());
+  std::exit(1);
+}
+
+void Check(zelStatus status, const char* what) {
+  if (status != zelOk) Fail(std::string(what) + " answers " + std::to_string(status));
+}
+
+Sample::Sample(const std::string& path) : name_(std::filesystem::path(path).filename().string()) {
+  constexpr size_t kLimit = size_t{1} << 30;  // every coder's counts hold its compressed size, too
+  std::ifstream file(path, std::ios::binary);
+  if (!file) Fail(path + ": cannot be opened");
+  data_.assign(std::istreambuf_iterator<char>(file), {});
+  if (data_.empty() || data_.size() > kLimit) Fail(path + ": must hold 1 byte to 1 GiB");
+}
+
+const Bytes& Sample::deflated() {
+  if (deflated_.empty()) {
+    z_stream z{};
+    if (deflateInit2(&z, 6, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) Fail("zlib's deflateInit2 fails");
+    deflated_.resize(deflateBound(&z, static_cast<uLong>(data_.size())));
+    z.next_in = data_.data();
+    z.avail_in = static_cast<uInt>(data_.size());
+    z.next_out = deflated_.data();
+    z.avail_out = static_cast<uInt>(deflated_.size());
+    if (deflate(&z, Z_FINISH) != Z_STREAM_END) Fail("zlib's deflate fails");
+    deflated_.resize(z.total_out);
+    deflateEnd(&z);
+  }
+  return deflated_;
+}
+
+Output::Output(Buffers buffers, size_t whole, Bytes* copy) : copy_(copy) {
+  static Bytes memory;
+  const size_t size = BufferSize(buffers, whole);
+  if (memory.size() < size) memory.resize(size);
+  next = memory.data();
+  room = size_ = static_cast<int32_t>(size);
+}
+
+void Output::Drain() {
+  const int32_t used = size_ - room;
+  next -= used;
+  room = size_;
+  if (copy_) copy_->insert(copy_->end(), next, next + used);
+}
+
+void Register(const std::string& name, size_t bytes, std::function<Task()> make) {
+  auto task = std::make_shared<std::optional<Task>>();
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+    if (!*task) *task = make();
+    for (auto _ : state) (*task)->run();
+    state.SetBytesProcessed(static_cast<int64_t>(bytes) * static_cast<int64_t>(state.iterations()));
+    if ((*task)->output_size > 0) state.counters["output"] = static_cast<double>((*task)->output_size);
+  });
+}

@@ -1,0 +1,39 @@
+// Usage: bench_zeldc [--benchmark_...] [--ladder] [--] [FILE...]
+//
+// Measures the checksums, and with files the decoders and encoders on each of them, beside zlib and libdeflate.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench.h"
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);  // takes its own arguments out
+  bool ladder = false;
+  bool options = true;
+  std::vector<std::unique_ptr<Sample>> samples;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (options && argument == "--") {
+      options = false;
+    } else if (options && argument == "--ladder") {
+      ladder = true;
+    } else if (options && argument.starts_with("-")) {
+      Fail("unknown option " + argument);
+    } else {
+      samples.push_back(std::make_unique<Sample>(argument));
+    }
+  }
+  for (size_t i = 0; i < samples.size(); ++i) {
+    for (size_t j = 0; j < i; ++j) {
+      if (samples[i]->name() == samples[j]->name()) Fail("two files are called " + samples[i]->name());
+    }
+  }
+
+  RegisterChecksums(ladder);
+  for (const auto& sample : samples) RegisterInflate(*sample);
+  for (const auto& sample : samples) RegisterDeflate(*sample);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+}
