@@ -76,7 +76,7 @@ def is_ours(coder: str) -> bool:
 
 def read(path: str) -> dict:
     with open(path, encoding="utf-8") as file:
-        entries = json.load(file)["benchmarks"]
+        entries = sorted(json.load(file)["benchmarks"], key=lambda entry: entry["family_index"])  # as registered
     samples = defaultdict(list)
     for entry in entries:
         if entry.get("run_type", "iteration") == "iteration":
