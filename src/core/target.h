@@ -25,6 +25,12 @@
 #define ZELDC_AVX2 0
 #endif
 
+#if defined(__BMI2__)
+#define ZELDC_BMI2 1
+#else
+#define ZELDC_BMI2 0
+#endif
+
 // Carry-less multiplication, with the byte shuffles that go with it.
 #if defined(__PCLMUL__) && defined(__SSSE3__) && defined(__SSE4_1__)
 #define ZELDC_PCLMUL 1

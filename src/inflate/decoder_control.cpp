@@ -16,8 +16,6 @@ void StartStream(DecoderState* s) {
   s->deflateStatus = zelLZ77StatusInit;
   s->bitBuffer.Set(0);
   s->bitCount = 0;
-  s->ringPos = 0;
-  s->ringFill = 0;
   s->historyFill = 0;
   s->decodeStage = kStageHeader;
   s->storedRemaining = 0;
@@ -74,9 +72,7 @@ zelStatus zelsDecodeLZ77SetDictionary_8u(const uint8_t* pDict, int32_t dictLen, 
   const int32_t used = dictLen < kWindowSize ? dictLen : kWindowSize;
   if (used < kWindowSize) ownsZero_8u(s->window, kWindowSize - used);
   ownsCopy_8u(pDict + (dictLen - used), s->window + (kWindowSize - used), used);
-  // The ring stands at position 0, behind which its last position, the dictionary's end, comes next.
   s->historyFill = kWindowSize;
-  s->ringFill = kWindowSize;
   return zelOk;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "inflate/decode_tables.h"
+#include "inflate/match_copy.h"
 #include "shared/deflate_format.h"
 #include "shared/lz77_state.h"
 #include "zeldc/inflate.h"
@@ -30,14 +31,11 @@ enum DecodeStage : int32_t {
 struct DecoderState : zelLZ77State {
   zelLZ77Pair ownPairs[kDecoderPairs];
 
-  // History. The byte path uses the first half as a ring; the pair path the whole as a line.
-  uint8_t window[2 * kWindowSize];
+  uint8_t window[2 * kWindowSize + kCopySlack];  // history, and what wide copies may read behind it
 
   Wide bitBuffer;           // input bits taken but not consumed, the next one lowest; zero above bitCount
   int32_t bitCount;         // 0..56
-  int32_t ringPos;          // byte path: where the next byte goes, 0..32767
-  int32_t ringFill;         // byte path: how many bytes of the ring are history, 0..32768
-  int32_t historyFill;      // pair path: bytes of history at the window's start, 0..32768
+  int32_t historyFill;      // bytes in the window, of which the last 32768 are history
   int32_t decodeStage;      // DecodeStage
   int32_t storedRemaining;  // bytes of the stored block still to deliver
   int32_t finalBlock;       // BFINAL of the current block
@@ -58,8 +56,5 @@ struct DecoderState : zelLZ77State {
 static_assert(sizeof(DecoderState) <= kDecoderRecordSize && alignof(DecoderState) == 4);
 
 inline DecoderState* Decoder(zelLZ77State* state) { return static_cast<DecoderState*>(state); }
-
-// Enters bytes that went to the output into the byte path's ring.
-void AppendToRing(DecoderState* s, const uint8_t* bytes, size_t len);
 
 }  // namespace zeldc

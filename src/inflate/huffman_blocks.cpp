@@ -1,4 +1,4 @@
-// Huffman blocks: to pairs, and to bytes through the ring.
+// Huffman blocks: to pairs, and to bytes through the history.
 
 #include <string.h>
 
@@ -37,7 +37,15 @@ zelStatus DecodeSymbols(DecoderState* s, const BlockTables& tables, BitReader* i
   for (;;) {
     if (in->srcEnd - in->src > kFastSource && sink->outEnd - sink->out > kFastRoom<Sink>) {
       in->Settle();
-      if (in->count < 8) DecodeFast(tables, in, sink);
+      if (in->count < 8) {
+        if constexpr (!Sink::kPairs) {
+          // Distances reach before this call's output until that is a window long.
+          if (sink->out - sink->outStart < kWindowSize) DecodeFast<true>(tables, in, sink);
+          if (sink->out - sink->outStart >= kWindowSize) DecodeFast<false>(tables, in, sink);
+        } else {
+          DecodeFast<false>(tables, in, sink);
+        }
+      }
     }
     switch (DecodeOne(s, tables, in, sink)) {
       case Symbol::kDecoded:
@@ -135,34 +143,19 @@ zelStatus DecodeToBytes(int32_t blockType, const uint8_t** ppSrc, int32_t* pSrcL
   ByteSink sink{*ppDst, *ppDst, *ppDst + *pDstLen, s};
   if (s->pendingLen > 0) {
     const int32_t n = s->pendingLen < *pDstLen ? s->pendingLen : *pDstLen;
-    CopyMatchThroughRing(s, sink.outStart, sink.out, static_cast<size_t>(s->pendingDist), static_cast<size_t>(n));
+    CopyMatchThroughHistory(s, sink.outStart, sink.out, static_cast<size_t>(s->pendingDist), static_cast<size_t>(n));
     sink.out += n;
     s->pendingLen -= n;
   }
   const zelStatus status = s->pendingLen > 0 ? zelWarnDstFull : DecodeBlock(s, blockType, &in, &sink);
   StoreReader(s, &in, status, ppSrc, pSrcLen);
-  AppendToRing(s, sink.outStart, sink.Written());
+  AppendToHistory(s, sink.outStart, static_cast<size_t>(sink.out - sink.outStart));
   *pDstLen = static_cast<int32_t>(sink.outEnd - sink.out);
   *ppDst = sink.out;
   return status;
 }
 
 }  // namespace
-
-void CopyMatchThroughRing(const DecoderState* s, const uint8_t* outStart, uint8_t* out, size_t distance, size_t len) {
-  size_t written = static_cast<size_t>(out - outStart);
-  while (len > 0 && distance > written) {
-    const size_t from = (static_cast<size_t>(s->ringPos) - (distance - written)) & (kWindowSize - 1);
-    size_t n = distance - written;
-    if (n > kWindowSize - from) n = kWindowSize - from;
-    if (n > len) n = len;
-    memcpy(out, s->window + from, n);
-    out += n;
-    written += n;
-    len -= n;
-  }
-  if (len > 0) CopyMatchExact(out, distance, len);
-}
 
 }  // namespace zeldc
 

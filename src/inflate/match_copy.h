@@ -49,20 +49,26 @@ ZELDC_ALWAYS_INLINE void Copy16(uint8_t* out, const uint8_t* from) {
 
 #endif
 
-// The same with room behind: writes up to kCopySlack bytes too many. Most matches take one round.
+// Copies len bytes from a source that ends at `out` - 16 or earlier, or lies elsewhere; reads and writes up to
+// kCopySlack bytes too many. Most matches take one round.
+ZELDC_ALWAYS_INLINE void CopyWide(uint8_t* out, const uint8_t* from, size_t len) {
+  Copy16(out, from);
+  Copy16(out + 16, from + 16);
+  while (ZELDC_UNLIKELY(len > 32)) {
+    out += 32;
+    from += 32;
+    len -= 32;
+    Copy16(out, from);
+    Copy16(out + 16, from + 16);
+  }
+}
+
+// A match with room behind: writes up to kCopySlack bytes too many.
 ZELDC_ALWAYS_INLINE void CopyMatchWide(uint8_t* out, size_t distance, size_t len) {
   const uint8_t* from = out - distance;
   uint8_t* const end = out + len;
   if (ZELDC_LIKELY(distance >= 16)) {
-    Copy16(out, from);
-    Copy16(out + 16, from + 16);
-    while (ZELDC_UNLIKELY(len > 32)) {
-      out += 32;
-      from += 32;
-      len -= 32;
-      Copy16(out, from);
-      Copy16(out + 16, from + 16);
-    }
+    CopyWide(out, from, len);
     return;
   }
 #if ZELDC_SSSE3

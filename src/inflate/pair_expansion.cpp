@@ -2,26 +2,12 @@
 
 #include <string.h>
 
-#include "inflate/decoder_state.h"
+#include "inflate/history.h"
 #include "inflate/match_copy.h"
 
 namespace zeldc {
 
 namespace {
-
-// Copies a match, whose distance is valid, exactly; what lies before outStart comes from the history.
-void CopyMatchThroughHistory(const DecoderState* s, const uint8_t* outStart, uint8_t* out, size_t distance,
-                             size_t len) {
-  const size_t written = static_cast<size_t>(out - outStart);
-  if (distance > written) {
-    size_t n = distance - written;
-    if (n > len) n = len;
-    memcpy(out, s->window + (static_cast<size_t>(s->historyFill) + written - distance), n);
-    out += n;
-    len -= n;
-  }
-  if (len > 0) CopyMatchExact(out, distance, len);
-}
 
 struct Expansion {
   const zelLZ77Pair* pair;
@@ -34,7 +20,7 @@ struct Expansion {
 // As much of a match as there is room for; the rest waits in the record.
 zelStatus ExpandMatch(DecoderState* s, Expansion* x, size_t distance, size_t len) {
   const size_t written = static_cast<size_t>(x->out - x->outStart);
-  if (distance > written + static_cast<size_t>(s->historyFill)) return zelErrBadData;
+  if (distance > written + HistorySize(s)) return zelErrBadData;
   const size_t room = static_cast<size_t>(x->outEnd - x->out);
   const size_t n = len < room ? len : room;
   CopyMatchThroughHistory(s, x->outStart, x->out, distance, n);
@@ -82,20 +68,6 @@ zelStatus Expand(DecoderState* s, Expansion* x) {
       if (status != zelOk) return status;
     }
   }
-}
-
-// Enters this call's output, and keeps the newest 32 KiB at the window's start.
-void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len) {
-  constexpr size_t kSize = kWindowSize;
-  const size_t n = len < kSize ? len : kSize;
-  size_t fill = static_cast<size_t>(s->historyFill);
-  memcpy(s->window + fill, bytes + (len - n), n);
-  fill += n;
-  if (fill > kSize) {
-    memmove(s->window, s->window + (fill - kSize), kSize);
-    fill = kSize;
-  }
-  s->historyFill = static_cast<int32_t>(fill);
 }
 
 }  // namespace

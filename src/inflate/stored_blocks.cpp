@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "inflate/decoder_state.h"
+#include "inflate/history.h"
 
 namespace zeldc {
 
@@ -77,7 +77,7 @@ zelStatus StoredToBytes(DecoderState* s, StoredSource* in, uint8_t** dst, int32_
   if (n > in->len) n = in->len;
   if (n > *dstLen) n = *dstLen;
   memcpy(*dst, in->src, static_cast<size_t>(n));
-  AppendToRing(s, *dst, static_cast<size_t>(n));
+  AppendToHistory(s, *dst, static_cast<size_t>(n));
   in->src += n;
   in->len -= n;
   *dst += n;
@@ -118,23 +118,6 @@ zelStatus StoredToPairs(DecoderState* s, StoredSource* in, zelLZ77Pair** pairs, 
 }
 
 }  // namespace
-
-void AppendToRing(DecoderState* s, const uint8_t* bytes, size_t len) {
-  constexpr size_t kSize = kWindowSize;
-  if (len >= kSize) {
-    memcpy(s->window, bytes + (len - kSize), kSize);
-    s->ringPos = 0;
-    s->ringFill = kWindowSize;
-    return;
-  }
-  const size_t pos = static_cast<size_t>(s->ringPos);
-  const size_t first = len < kSize - pos ? len : kSize - pos;
-  memcpy(s->window + pos, bytes, first);
-  memcpy(s->window, bytes + first, len - first);
-  s->ringPos = static_cast<int32_t>((pos + len) & (kSize - 1));
-  const size_t fill = static_cast<size_t>(s->ringFill) + len;
-  s->ringFill = static_cast<int32_t>(fill < kSize ? fill : kSize);
-}
 
 }  // namespace zeldc
 

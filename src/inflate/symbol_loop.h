@@ -11,9 +11,13 @@
 #pragma once
 
 #include "inflate/decode_tables.h"
-#include "inflate/decoder_state.h"
+#include "inflate/history.h"
 #include "inflate/match_copy.h"
 #include "shared/bits_lsb.h"
+
+#if ZELDC_BMI2
+#include <immintrin.h>
+#endif
 
 namespace zeldc {
 
@@ -25,14 +29,8 @@ struct ByteSink {
   uint8_t* out;
   uint8_t* outStart;
   uint8_t* outEnd;
-  DecoderState* state;  // its ring holds what precedes outStart
-
-  size_t Written() const { return static_cast<size_t>(out - outStart); }
-  bool Reaches(size_t distance) const { return distance <= Written() + static_cast<size_t>(state->ringFill); }
+  const DecoderState* state;  // its history precedes outStart
 };
-
-// Copies a match, whose distance is valid, exactly; what lies before outStart comes from the ring.
-void CopyMatchThroughRing(const DecoderState* s, const uint8_t* outStart, uint8_t* out, size_t distance, size_t len);
 
 struct PairSink {
   using Unit = zelLZ77Pair;
@@ -54,20 +52,43 @@ inline constexpr unsigned kWordBits = 8 * sizeof(BitWord);
 // A refill brings the count to at least this.
 inline constexpr unsigned kRefillBits = kWordBits - 8;
 
+// The lowest bits of v, as many as the low byte of n says.
+ZELDC_ALWAYS_INLINE BitWord LowBits(BitWord v, uint32_t n) {
+#if ZELDC_BMI2 && UINTPTR_MAX > 0xFFFFFFFF
+  return _bzhi_u64(v, n);
+#elif ZELDC_BMI2
+  return _bzhi_u32(v, n);
+#else
+  return v & ((BitWord{1} << (n & (kWordBits - 1))) - 1);
+#endif
+}
+
 // The fast loop runs while this much is left: the bytes that the refills of a round may load, and what a round may
 // write.
 inline constexpr ptrdiff_t kFastSource = 40;
 template <typename Sink>
 inline constexpr ptrdiff_t kFastRoom = Sink::kPairs ? 8 : kMaxMatch + kCopySlack + 8;
 
-template <typename Sink>
-inline void DecodeFast(const BlockTables& tables, BitReader* in, Sink* sink) {
+// kHistory: matches may start before this call's output; it ends when they can't any more.
+template <bool kHistory, typename Sink>
+ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* sink) {
   const DecodeEntry* const litLen = tables.litLen;
   const DecodeEntry* const distances = tables.distance;
   const BitWord litLenMask = (BitWord{1} << tables.litLenBits) - 1;
   const BitWord distanceMask = (BitWord{1} << tables.distanceBits) - 1;
   const uint8_t* const srcFastEnd = in->srcEnd - kFastSource;
-  typename Sink::Unit* const outFastEnd = sink->outEnd - kFastRoom<Sink>;
+  typename Sink::Unit* outFastEnd = sink->outEnd - kFastRoom<Sink>;
+  [[maybe_unused]] const uint8_t* outStart = nullptr;
+  [[maybe_unused]] uintptr_t outAddress = 0;
+  [[maybe_unused]] uintptr_t historyAddress = 0;  // of its end, combined with outAddress
+  [[maybe_unused]] ptrdiff_t historyStart = 0;
+  if constexpr (kHistory) {
+    outStart = sink->outStart;
+    outAddress = reinterpret_cast<uintptr_t>(outStart);
+    historyAddress = reinterpret_cast<uintptr_t>(HistoryEnd(sink->state)) ^ outAddress;
+    historyStart = -static_cast<ptrdiff_t>(HistorySize(sink->state));
+    if (outFastEnd - outStart > kWindowSize) outFastEnd = sink->outStart + kWindowSize;
+  }
 
   const BitWord heldBits = static_cast<BitWord>(in->bits);
   const unsigned heldCount = in->count;  // at most 7
@@ -93,103 +114,129 @@ inline void DecodeFast(const BlockTables& tables, BitReader* in, Sink* sink) {
       *out++ = static_cast<uint8_t>(e >> 16);
     }
   };
-  // On 32-bit targets a refill is good for one code only.
-  auto refillNarrow = [&]() ZELDC_LAMBDA_INLINE {
+  // The next entry. With 64 bits it is looked up before the refill, which then is not in the way of its latency: at
+  // every such place there are bits left for an index. With 32 bits a refill is good for one code only.
+  auto lookUpAndRefill = [&](const DecodeEntry* table, BitWord mask) ZELDC_LAMBDA_INLINE {
     if constexpr (kWordBits == 32) refill();
+    const DecodeEntry next = table[bits & mask];
+    if constexpr (kWordBits == 64) refill();
+    return next;
+  };
+  // Takes a literal or length off the bits and looks up what follows it, in either table, before it is known which of
+  // the two it is: when that branch is mispredicted, the entry for the other way is there already.
+  DecodeEntry nextLitLen = 0;
+  DecodeEntry nextDistance = 0;
+  auto step = [&](DecodeEntry e) ZELDC_LAMBDA_INLINE {
+    consume(e);
+    if constexpr (kWordBits == 32) {
+      refill();
+    }
+    nextLitLen = litLen[bits & litLenMask];
+    nextDistance = distances[bits & distanceMask];
+    __asm__ volatile("" : "+r"(nextLitLen), "+r"(nextDistance));  // here, and not where they are needed
   };
 
-  unsigned unread;  // bits of the last symbol that are taken back
+  unsigned unread = 0;  // bits of the last symbol that are to be taken back
   refill();
   DecodeEntry e = litLen[bits & litLenMask];
-  for (;;) {
-    unread = 0;
-    if (src >= srcFastEnd || out >= outFastEnd) break;
-
-    // At most 3 x 11 bits of literals leave 23 of the 56: enough for a length of 15 + 5.
+  while (src < srcFastEnd && out < outFastEnd) {
+    // Of 56 bits, two literals (2 x 11) and a length (15 + 5) leave 14 for an index (11 or 8), and so do a third literal,
+    // and a distance (15 + 13) after its own refill.
+    BitWord before = bits;
+    step(e);
     if (e & kEntryLiteral) {
-      consume(e);
       putLiteral(e);
-      refillNarrow();
-      e = litLen[bits & litLenMask];
+      e = nextLitLen;
+      before = bits;
+      step(e);
       if (e & kEntryLiteral) {
-        consume(e);
         putLiteral(e);
-        refillNarrow();
-        e = litLen[bits & litLenMask];
+        e = nextLitLen;
+        before = bits;
+        step(e);
         if (e & kEntryLiteral) {
-          consume(e);
           putLiteral(e);
-          refill();
-          e = litLen[bits & litLenMask];
+          e = nextLitLen;
+          if constexpr (kWordBits == 64) refill();
           continue;
         }
       }
     }
+    unsigned linkBits = 0;
     if (ZELDC_UNLIKELY(e & kEntrySpecial)) {
+      // The step has taken the bits of the link, or of what can't be decoded here.
+      linkBits = EntryBits(e);
+      unread = linkBits;
       if (!(e & kEntryLink)) break;
-      const DecodeEntry link = e;
-      e = litLen[EntryValue(link) + ((bits >> EntryBits(link)) & ((1u << EntryCodeBits(link)) - 1))];
+      before = bits;
+      e = litLen[EntryValue(e) + LowBits(bits, EntryCodeBits(e))];
       if (e & kEntrySpecial) break;
-      consume(link);
-      unread = EntryBits(link);
+      unread = 0;
+      step(e);
       if (e & kEntryLiteral) {
-        consume(e);
         putLiteral(e);
-        refill();
-        e = litLen[bits & litLenMask];
+        e = nextLitLen;
+        if constexpr (kWordBits == 64) refill();
         continue;
       }
     }
-    BitWord saved = bits;
-    consume(e);
-    unread += EntryBits(e);
-    const unsigned length =
-        EntryValue(e) + (static_cast<unsigned>(saved & ((BitWord{1} << EntryBits(e)) - 1)) >> EntryCodeBits(e));
+    const DecodeEntry lengthEntry = e;
+    const size_t length = (e >> 16) + static_cast<size_t>(LowBits(before, e) >> ((e >> 8) & (kWordBits - 1)));
 
-    // The distance: 15 + 13 bits.
-    refill();
-    e = distances[bits & distanceMask];
+    e = nextDistance;
+    if constexpr (kWordBits == 64) refill();
     if (ZELDC_UNLIKELY(e & kEntrySpecial)) {
-      if (!(e & kEntryLink)) break;
       const DecodeEntry link = e;
-      e = distances[EntryValue(link) + ((bits >> EntryBits(link)) & ((1u << EntryCodeBits(link)) - 1))];
-      if (e & kEntrySpecial) break;
+      if (link & kEntryLink) e = distances[EntryValue(e) + LowBits(bits >> EntryBits(e), EntryCodeBits(e))];
+      if (e & kEntrySpecial) {
+        unread = linkBits + EntryBits(lengthEntry);
+        break;
+      }
       consume(link);
-      unread += EntryBits(link);
+      linkBits += EntryBits(link);
     }
-    unread += EntryBits(e);
     size_t distance;
     if constexpr (kWordBits == 64) {
-      saved = bits;
+      distance = (e >> 16) + static_cast<size_t>(LowBits(bits, e) >> ((e >> 8) & (kWordBits - 1)));
       consume(e);
-      distance = EntryValue(e) + static_cast<size_t>((saved & ((BitWord{1} << EntryBits(e)) - 1)) >> EntryCodeBits(e));
     } else {
       const unsigned codeBits = EntryCodeBits(e);
       const unsigned extraBits = EntryBits(e) - codeBits;
       bits >>= codeBits;
       count -= codeBits;
       refill();
-      distance = EntryValue(e) + (bits & ((BitWord{1} << extraBits) - 1));
+      distance = (e >> 16) + LowBits(bits, extraBits);
       bits >>= extraBits;
       count -= extraBits;
     }
 
     if constexpr (Sink::kPairs) {
-      refill();
-      e = litLen[bits & litLenMask];
+      e = lookUpAndRefill(litLen, litLenMask);
       *out++ = {static_cast<uint16_t>(length), static_cast<uint16_t>(distance)};
-    } else {
-      const size_t written = static_cast<size_t>(out - sink->outStart);
-      if (ZELDC_UNLIKELY(distance > written)) {
-        if (distance > written + static_cast<size_t>(sink->state->ringFill)) break;
-        CopyMatchThroughRing(sink->state, sink->outStart, out, distance, length);
-        out += length;
-        refill();
-        e = litLen[bits & litLenMask];
-        continue;
+    } else if constexpr (kHistory) {
+      // Where the match starts as if the history stood right before this call's output.
+      const ptrdiff_t start = (out - outStart) - static_cast<ptrdiff_t>(distance);
+      if (ZELDC_UNLIKELY(start < historyStart)) {
+        unread = linkBits + EntryBits(lengthEntry) + EntryBits(e);
+        break;
       }
-      refill();
-      e = litLen[bits & litLenMask];
+      e = lookUpAndRefill(litLen, litLenMask);
+      // Selected without a branch, which would be a coin toss: one wide copy serves a match that lies wholly in the
+      // history, and one that starts at least 16 bytes back in the output.
+      const ptrdiff_t inHistory = start >> (8 * sizeof(start) - 1);  // all ones, or 0
+      const ptrdiff_t near = (out - outStart) - 16;
+      const ptrdiff_t wideStart = near ^ (inHistory & (near ^ -static_cast<ptrdiff_t>(length)));
+      if (ZELDC_LIKELY(start <= wideStart)) {
+        const uintptr_t origin = outAddress ^ (static_cast<uintptr_t>(inHistory) & historyAddress);
+        CopyWide(out, reinterpret_cast<const uint8_t*>(origin + static_cast<uintptr_t>(start)), length);
+      } else if (start < 0) {
+        CopyMatchThroughHistory(sink->state, outStart, out, distance, length);
+      } else {
+        CopyMatchWide(out, distance, length);
+      }
+      out += length;
+    } else {
+      e = lookUpAndRefill(litLen, litLenMask);
       CopyMatchWide(out, distance, length);
       out += length;
     }
@@ -261,11 +308,11 @@ inline Symbol DecodeOne(DecoderState* s, const BlockTables& tables, BitReader* i
     in->Consume(lengthBits + allBits);
     *sink->out++ = {static_cast<uint16_t>(length), static_cast<uint16_t>(distance)};
   } else {
-    if (!sink->Reaches(distance)) return Symbol::kInvalid;
+    if (distance > static_cast<size_t>(sink->out - sink->outStart) + HistorySize(s)) return Symbol::kInvalid;
     in->Consume(lengthBits + allBits);
     const size_t room = static_cast<size_t>(sink->outEnd - sink->out);
     const size_t n = length < room ? length : room;
-    CopyMatchThroughRing(s, sink->outStart, sink->out, distance, n);
+    CopyMatchThroughHistory(s, sink->outStart, sink->out, distance, n);
     sink->out += n;
     s->pendingLen = static_cast<int32_t>(length - n);
     s->pendingDist = static_cast<int32_t>(distance);

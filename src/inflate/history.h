@@ -1,0 +1,23 @@
+// The last 32 KiB of output, from call to call.
+#pragma once
+
+#include "inflate/decoder_state.h"
+
+namespace zeldc {
+
+// Bytes that a match may reach back before this call's output.
+inline size_t HistorySize(const DecoderState* s) {
+  return static_cast<size_t>(s->historyFill < kWindowSize ? s->historyFill : kWindowSize);
+}
+
+// The end of the history: the byte before this call's first is the one before it.
+inline const uint8_t* HistoryEnd(const DecoderState* s) { return s->window + s->historyFill; }
+
+// Copies len bytes from `distance` bytes before `out`, exactly. What lies before outStart, this call's first byte,
+// comes from the history, which holds it.
+void CopyMatchThroughHistory(const DecoderState* s, const uint8_t* outStart, uint8_t* out, size_t distance, size_t len);
+
+// Enters output into the history.
+void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len);
+
+}  // namespace zeldc
