@@ -61,10 +61,7 @@ def draw(sections: list, note: str) -> str:
                 hint = escape(f"{label}: {ratio:.2f} x {peer}{remark}")
                 out.append(f'<rect x="{start:.1f}" y="{y}" width="{end - start:.1f}" height="{BAR - 1}" '
                            f'class="{colours[peer]}"><title>{hint}</title></rect>')
-                if ratio >= 1:
-                    text(end + 4, y + 9, f"{ratio:.2f}{remark}", kind="value")
-                else:
-                    text(start - 4, y + 9, f"{ratio:.2f}{remark}", "end", "value")
+                text(end + 4, y + 9, f"{ratio:.2f}{remark}", kind="value")  # never left, where the labels are
                 y += BAR
             y += GAP
 
