@@ -36,34 +36,44 @@ DecoderRecord::~DecoderRecord() {
   }
 }
 
-// What the calls of one decoder write to and read from.
-struct StreamDecoder::Buffers {
-  Buffers(const DecodeOptions& options, size_t stream_size)
-      : source(std::min(options.source_piece, stream_size)),
-        // The last pairs of a stream go in one call, whatever the room.
-        room(kMargin + std::min(options.room, options.max_output) + 1024),
-        pairs(options.path == Path::kPairs ? (PairsRoom(options) + 1) * sizeof(zelLZ77Pair) : 0) {}
+namespace {
 
-  // Room for `size` bytes, up to a guard page and behind a margin that no call may change.
-  uint8_t* Room(size_t size) {
-    uint8_t* const start = room.end() - size;
-    memset(start - kMargin, kMarginByte, kMargin);
-    return start;
+// Memory up to a guard page that decoders share, one call after the other, and that grows when one needs more.
+class Reserve {
+ public:
+  uint8_t* Last(size_t size) {
+    if (!buffer_ || buffer_->size() < size) buffer_ = std::make_unique<GuardedBuffer>(size);
+    return buffer_->end() - size;
   }
 
-  static bool MarginIsIntact(const uint8_t* start) {
-    return std::all_of(start - kMargin, start, [](uint8_t byte) { return byte == kMarginByte; });
-  }
-
-  GuardedBuffer source, room, pairs;
+ private:
+  std::unique_ptr<GuardedBuffer> buffer_;
 };
+
+thread_local Reserve source_reserve, room_reserve, pairs_reserve;
+
+// Room for `size` bytes behind a margin that no call may change.
+uint8_t* Room(size_t size) {
+  uint8_t* const margin = room_reserve.Last(kMargin + size);
+  memset(margin, kMarginByte, kMargin);
+  return margin + kMargin;
+}
+
+bool MarginIsIntact(const uint8_t* room) {
+  return std::all_of(room - kMargin, room, [](uint8_t byte) { return byte == kMarginByte; });
+}
+
+zelLZ77Pair* PairsArray(size_t count) {
+  return reinterpret_cast<zelLZ77Pair*>(pairs_reserve.Last(count * sizeof(zelLZ77Pair)));
+}
+
+}  // namespace
 
 StreamDecoder::StreamDecoder(zelLZ77State* record, const Bytes& stream, const DecodeOptions& options)
     : record_(record),
       options_(options),
       random_(options.split_seed),
-      stream_(std::make_shared<GuardedBuffer>(stream)),
-      buffers_(std::make_shared<Buffers>(options, stream.size())) {
+      stream_(std::make_shared<GuardedBuffer>(stream)) {
   if (!options.dictionary.empty()) {
     const GuardedBuffer dictionary(options.dictionary);
     Require(zelsDecodeLZ77SetDictionary_8u(dictionary.data(), static_cast<int32_t>(dictionary.size()), record) == zelOk,
@@ -98,7 +108,7 @@ const uint8_t* StreamDecoder::NextSource(int32_t* size) {
   const size_t piece = Piece(options_.source_piece, left);
   *size = static_cast<int32_t>(piece);
   if (piece == left) return stream_->end() - piece;
-  uint8_t* const start = buffers_->source.end() - piece;
+  uint8_t* const start = source_reserve.Last(piece);
   if (piece > 0) memcpy(start, stream_->data() + result_.consumed, piece);
   return start;
 }
@@ -162,7 +172,7 @@ bool StreamDecoder::DecodeBytes() {
   }
 
   const size_t room = Piece(options_.room, options_.max_output);
-  uint8_t* const start = buffers_->Room(room);
+  uint8_t* const start = Room(room);
   uint8_t* dst = start;
   int32_t room_left = static_cast<int32_t>(room);
   zelStatus status = zelErr;
@@ -180,7 +190,7 @@ bool StreamDecoder::DecodeBytes() {
   Took(source, now, given, left);
   Require(room_left >= 0 && static_cast<size_t>(room_left) <= room, "a decoder's room");
   Require(dst == start + (room - static_cast<size_t>(room_left)), "a decoder's destination pointer");
-  Require(Buffers::MarginIsIntact(start), "a decoder writes before its room");
+  Require(MarginIsIntact(start), "a decoder writes before its room");
   Require(status != zelWarnDstFull || room_left == 0, "a decoder asks for room that it has");
   Require(status != zelWarnSrcShort || left == 0, "a decoder asks for input that it has");
   Require(status != zelErr, "a decoder does not know its block");
@@ -195,7 +205,7 @@ bool StreamDecoder::DecodePairs() {
   const uint8_t* now = source;
   int32_t left = given;
   const size_t room = Piece(PairsRoom(options_), SIZE_MAX);
-  zelLZ77Pair* const start = reinterpret_cast<zelLZ77Pair*>(buffers_->pairs.end()) - room;
+  zelLZ77Pair* const start = PairsArray(room);
   zelLZ77Pair* next = start;
   int32_t room_left = static_cast<int32_t>(room);
   zelStatus status = zelErr;
@@ -230,11 +240,11 @@ bool StreamDecoder::DecodePairs() {
 
 // One call of the expansion, with the next `count` pairs.
 zelStatus StreamDecoder::Expand(size_t count, size_t room) {
-  zelLZ77Pair* const first = reinterpret_cast<zelLZ77Pair*>(buffers_->pairs.end()) - count;
+  zelLZ77Pair* const first = PairsArray(count);
   std::copy_n(result_.pairs.begin() + static_cast<ptrdiff_t>(expanded_), count, first);
   zelLZ77Pair* pairs = first;
   int32_t pairs_left = static_cast<int32_t>(count);
-  uint8_t* const start = buffers_->Room(room);
+  uint8_t* const start = Room(room);
   uint8_t* dst = start;
   int32_t room_left = static_cast<int32_t>(room);
   const zelStatus status = zelsDecodeLZ77_8u(&pairs, &pairs_left, &dst, &room_left, zelLZ77FlushNone, record_);
@@ -243,7 +253,7 @@ zelStatus StreamDecoder::Expand(size_t count, size_t room) {
   Require(pairs == first + used, "the expansion's pairs pointer");
   Require(room_left >= 0 && static_cast<size_t>(room_left) <= room, "the expansion's room");
   Require(dst == start + (room - static_cast<size_t>(room_left)), "the expansion's destination pointer");
-  Require(Buffers::MarginIsIntact(start), "the expansion writes before its room");
+  Require(MarginIsIntact(start), "the expansion writes before its room");
   result_.data.insert(result_.data.end(), start, dst);
   for (size_t i = 0; i < used; ++i) bytes_of_pairs_ += BytesOf(result_.pairs[expanded_ + i]);
   expanded_ += used;
@@ -292,7 +302,9 @@ void StreamDecoder::ExpandAll() {
 }
 
 Decoded Decode(const Bytes& stream, const DecodeOptions& options) {
-  const DecoderRecord record;
+  // The last stream's record: its content is old memory to Init.
+  static thread_local const DecoderRecord record;
+  Require(zelsDecodeLZ77Init_8u(0, record.get()) == zelOk, "Init");
   return StreamDecoder(record.get(), stream, options).Run();
 }
 

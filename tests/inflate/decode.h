@@ -71,8 +71,6 @@ class StreamDecoder {
   Decoded Run();
 
  private:
-  struct Buffers;
-
   size_t Piece(size_t limit, size_t available);
   const uint8_t* NextSource(int32_t* size);
   void Took(const uint8_t* start, const uint8_t* now, int32_t given, int32_t left);
@@ -89,7 +87,6 @@ class StreamDecoder {
   DecodeOptions options_;
   Random random_;
   std::shared_ptr<const GuardedBuffer> stream_;
-  std::shared_ptr<Buffers> buffers_;
   Decoded result_;
   int block_ = -1;             // byte path: type of the block, -1 between blocks; pair path: the decoder to try
   size_t expanded_ = 0;        // pairs that the expansion has used
@@ -97,7 +94,7 @@ class StreamDecoder {
   bool stream_ended_ = false;
 };
 
-// Decodes the whole stream with a record of its own.
+// Decodes the whole stream with a record that Init makes of one that decoded another.
 Decoded Decode(const Bytes& stream, const DecodeOptions& options = {});
 
 // The splits that tests try: all at once, a byte or pair at a time, mixtures and random ones, for the path.
