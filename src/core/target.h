@@ -19,6 +19,12 @@
 #define ZELDC_SSSE3 0
 #endif
 
+#if defined(__SSE4_1__)
+#define ZELDC_SSE41 1
+#else
+#define ZELDC_SSE41 0
+#endif
+
 #if defined(__AVX2__)
 #define ZELDC_AVX2 1
 #else

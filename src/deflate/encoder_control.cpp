@@ -43,8 +43,8 @@ zelStatus zelsEncodeLZ77GetSize_8u(int32_t* pSize) {
 zelStatus zelsEncodeLZ77Init_8u(zelLZ77Level level, zelLZ77ChecksumKind checksum, zelLZ77State* pState) {
   if (!pState) return zelErrNullPtr;
   EncoderState* s = Encoder(pState);
-  StartStream(s);
   s->level = level == zelLZ77LevelFast || level == zelLZ77LevelBest ? level : zelLZ77LevelNormal;
+  StartStream(s);
   s->checksumKind = checksum;
   s->deflateStatus = zelLZ77StatusInit;
   s->blockPhase = kPhaseNone;

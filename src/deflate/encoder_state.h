@@ -10,8 +10,8 @@ namespace zeldc {
 
 inline constexpr int kEncoderRecordSize = 598948;
 
-// Room for a window, for a window of new input behind it, and for a match that starts at its end.
-inline constexpr int kHistorySize = 2 * kWindowSize + kMaxMatch + 14;
+// Room for a window of history and for nearly as much new input behind it.
+inline constexpr int kHistorySize = 64512;
 
 // Where the block writer stands in the stream. The numbers are the contract's.
 enum BlockPhase : int32_t {
@@ -38,6 +38,32 @@ enum StoredStep : int32_t {
   kStoredHeader = 1,
   kStoredLength = 2,
   kStoredCopy = 3,
+};
+
+// Tables of the match search, by level: see match_kernel.h.
+struct FastTables {
+  uint16_t head[kHashSize];
+};
+
+struct NormalTables {
+  uint16_t head[kHashSize];
+  uint16_t chain[kWindowSize];
+};
+
+struct BestTables {
+  uint16_t head3[kHashSize];  // newest position with a hash of three bytes
+  uint16_t head4[kHashSize];  // of four bytes
+  uint16_t chain4[kWindowSize];
+  uint16_t rank[kWindowSize];  // number of the position in its three-byte chain
+  uint16_t chain3[4096];
+  uint32_t chained;  // positions before this one stand in the four-byte chains
+  uint32_t ranked;   // and positions before this one have their rank
+};
+
+union MatchTables {
+  FastTables fast;
+  NormalTables normal;
+  BestTables best;
 };
 
 struct EncoderState : zelLZ77State {
@@ -74,9 +100,7 @@ struct EncoderState : zelLZ77State {
 
   uint8_t history[kHistorySize];
 
-  // Match tables: positions modulo 2^16, and distances to the previous position with the same hash.
-  uint16_t head[kHashSize];
-  uint16_t chain[kWindowSize];
+  MatchTables tables;
 };
 static_assert(sizeof(EncoderState) <= kEncoderRecordSize && alignof(EncoderState) == 4);
 
@@ -85,7 +109,7 @@ inline EncoderState* Encoder(zelLZ77State* state) { return static_cast<EncoderSt
 // Forgets all positions.
 void ClearMatchTables(EncoderState* s);
 
-// Makes positions of a dictionary, which stands in the history, known to the search.
+// Makes the dictionary, which is all of the history, known to the search.
 void InsertDictionary(EncoderState* s);
 
 }  // namespace zeldc
