@@ -54,21 +54,20 @@ void Run(Search* x, const uint8_t* base, ptrdiff_t stop) {
   }
 }
 
-// Makes room for len bytes behind the history, if it must by forgetting all but the last window.
-void MakeHistoryRoom(EncoderState* s, int32_t len) {
-  if (s->historyFill <= kWindowSize || s->historyFill + len <= kHistorySize) return;
-  memmove(s->history, s->history + (s->historyFill - kWindowSize), kWindowSize);
-  s->historyFill = kWindowSize;
+// Forgets all but the last `kept` bytes of the history, or less where it is shorter.
+void TrimHistory(EncoderState* s, int32_t kept) {
+  if (s->historyFill <= kept) return;
+  memmove(s->history, s->history + (s->historyFill - kept), static_cast<size_t>(kept));
+  s->historyFill = kept;
 }
 
 void AppendToHistory(EncoderState* s, const uint8_t* bytes, int32_t len) {
-  if (len >= kWindowSize) {
+  if (len > kWindowSize) {
     bytes += len - kWindowSize;
     len = kWindowSize;
-    s->historyFill = 0;
   }
   if (len == 0) return;
-  MakeHistoryRoom(s, len);
+  if (s->historyFill + len > kHistorySize) TrimHistory(s, kWindowSize - len);
   ownsCopy_8u(bytes, s->history + s->historyFill, len);
   s->historyFill += len;
 }
@@ -81,7 +80,7 @@ void SearchBehindHistory(Search* x, const uint8_t* src, int32_t n, ptrdiff_t sea
   const ptrdiff_t end = searchEnd < kWindowSize ? searchEnd : kWindowSize;
   while (x->i < end && x->pair < x->pairEnd) {
     const int32_t i = static_cast<int32_t>(x->i);
-    MakeHistoryRoom(s, n - i < kHistorySize ? n - i : kHistorySize);
+    if (n - i > kHistorySize - s->historyFill) TrimHistory(s, kWindowSize);
     const int32_t room = kHistorySize - s->historyFill;
     const int32_t copied = n - i < room ? n - i : room;
     ownsCopy_8u(src + i, s->history + s->historyFill, copied);
