@@ -47,7 +47,9 @@ inline constexpr uint32_t kPositionMask = kWindowSize - 1;
 inline uint32_t Smaller(ptrdiff_t a, ptrdiff_t b) { return static_cast<uint32_t>(a < b ? a : b); }
 
 // How far back a match at byte i may start, and how long it may be.
-inline uint32_t MaxDistance(const Search* x, ptrdiff_t i) { return Smaller(kMaxDistance - 1, i - x->oldest); }
+inline uint32_t MaxDistance(const Search* x, ptrdiff_t i) {
+  return i > x->oldest ? Smaller(kMaxDistance - 1, i - x->oldest) : 0;
+}
 inline uint32_t MaxLength(const Search* x, ptrdiff_t i) {
   return x->matchEnd > i ? Smaller(kMaxMatch, x->matchEnd - i) : 0;
 }

@@ -65,8 +65,36 @@ struct Target {
   uint32_t rank;       // that this position would have in it
 };
 
-// The longest of the n links, n >= 1; answers its index.
+// The longest of the n >= 1 links, or of their first few; answers its index. May look at links behind them.
+inline constexpr uint32_t kMostLinks = 32;
+
+#if ZELDC_SSE41
+
+ZELDC_ALWAYS_INLINE uint32_t LongestLink(const uint16_t* links, uint32_t n) {
+  // Positions of the smallest complements, eight links a step; those behind the n-th complement to the largest value.
+  alignas(16) static constexpr uint16_t kBehind[16] = {0,      0,      0,      0,      0,      0,      0,      0,
+                                                       0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+  if (n > kMostLinks) n = kMostLinks;
+  uint32_t best = 0xFFFF;
+  uint32_t bestIndex = 0;
+  for (uint32_t k = 0; k < n; k += 8) {
+    const uint32_t valid = n - k < 8 ? n - k : 8;
+    const __m128i behind = _mm_loadu_si128(reinterpret_cast<const __m128i*>(kBehind + 8 - valid));
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(links + k));
+    const uint32_t m = static_cast<uint32_t>(
+        _mm_cvtsi128_si32(_mm_minpos_epu16(_mm_or_si128(_mm_xor_si128(v, _mm_set1_epi32(-1)), behind))));
+    if ((m & 0xFFFF) < best) {
+      best = m & 0xFFFF;
+      bestIndex = k + (m >> 16);
+    }
+  }
+  return bestIndex;
+}
+
+#else
+
 inline uint32_t LongestLink(const uint16_t* links, uint32_t n) {
+  if (n > kMostLinks) n = kMostLinks;
   uint32_t best = 0;
   for (uint32_t k = 1; k < n; ++k) {
     if (links[k] > links[best]) best = k;
@@ -74,33 +102,55 @@ inline uint32_t LongestLink(const uint16_t* links, uint32_t n) {
   return best;
 }
 
-// Walks the chain of the four bytes at offset k from `distance` on, for matches longer than `best`. All nearer
-// candidates have been looked at, or are known to be no better.
-ZELDC_ALWAYS_INLINE Match Walk(const Target& at, uint32_t k, uint32_t distance, Match best) {
+#endif
+
+// Whether the candidate, which agrees in four bytes, lies behind the newest 512 of its three-byte chain. So do all that
+// are further back.
+ZELDC_ALWAYS_INLINE bool IsBehindLast(const Target& at, uint16_t rank) {
+  return rank != kUnranked && ((at.rank - rank) & kRankMask) > kCandidates;
+}
+
+// Walks the chain of the four bytes at offset k from `distance` on, for matches longer than `best`, which is 3 at least.
+// All nearer candidates have been looked at, or are known to be no better. Not inlined, so that what the walk needs
+// stays in registers.
+ZELDC_NOINLINE Match Walk(const Target& at, uint32_t k, uint32_t distance, Match best) {
+  constexpr uint32_t kStepsBetweenRanks = 8;
+  const uint16_t* const chain = at.t->chain4;
   const uint8_t* const p = at.p;
-  const uint32_t first = LoadLE<uint32_t>(p);
-  uint32_t last = LoadLE<uint32_t>(p + best.length - 3);
-  while (distance <= at.maxDistance) {
+  const uint32_t maxDistance = at.maxDistance;
+  for (;;) {
+    // Most candidates differ in the last of the bytes that they must have. Now and then one is asked for its rank all
+    // the same, so that the walk does not go on for long behind the last candidate.
+    const uint8_t* const tail = p + best.length - 3;
+    const uint32_t last = LoadLE<uint32_t>(tail);
+    uint32_t link = at.pos + k - distance;
+    for (uint32_t n = kStepsBetweenRanks; n > 0; --n) {
+      if (distance > maxDistance) return best;
+      if (LoadLE<uint32_t>(tail - distance) == last) break;
+      const uint32_t step = chain[link & kPositionMask];
+      distance += step;
+      link -= step;
+    }
+    if (distance > maxDistance) return best;
+
     const uint8_t* const c = p - distance;
-    if (LoadLE<uint32_t>(c + best.length - 3) == last && LoadLE<uint32_t>(c) == first) {
+    if (LoadLE<uint32_t>(c) == LoadLE<uint32_t>(p)) {
       const uint16_t rank = at.t->rank[(at.pos - distance) & kPositionMask];
+      if (IsBehindLast(at, rank)) return best;
       const uint32_t length = MatchLength(p, c, 4, at.limit);
       if (length > best.length && rank != kUnranked) {
-        if (((at.rank - rank) & kRankMask) > kCandidates) break;
         best = {length, distance};
-        if (length >= at.limit) break;
-        last = LoadLE<uint32_t>(p + length - 3);
+        if (length >= at.limit) return best;
         // The candidate stands in the chains at offsets 0 .. length - 4, as far as these have been inserted.
         uint32_t links = length - 3;
         if (links > distance) links = distance;
         const uint32_t slot = (at.pos - distance) & kPositionMask;
         if (links > kWindowSize - slot) links = kWindowSize - slot;
-        k = LongestLink(&at.t->chain4[slot], links);
+        k = LongestLink(chain + slot, links);
       }
     }
-    distance += at.t->chain4[(at.pos + k - distance) & kPositionMask];
+    distance += chain[(at.pos + k - distance) & kPositionMask];
   }
-  return best;
 }
 
 // The nearest match of three bytes.
@@ -126,26 +176,30 @@ inline Match LongestMatch(const Target& at) {
   return at.limit >= 3 ? NearestMatchOf3(at) : Match{2, 0};
 }
 
-// The longest match of more than `length` >= 3 bytes, of length 2 if there is none.
-inline Match LongerMatch(const Target& at, uint32_t length) {
+// The longest match of more than `known.length` >= 3 bytes, of length 2 if there is none. `known` is a match of the byte
+// before: at the same distance this byte has one that is shorter by 1.
+inline Match LongerMatch(const Target& at, Match known) {
+  const uint32_t length = known.length;
   if (length >= at.limit) return {2, 0};
+  // Start in the chain whose newest position lies furthest back, of those at a few offsets. Candidates that are no
+  // further back than the offset overlap the target, where strings have not been inserted: if there may be any, stay in
+  // the chain at offset 0.
   uint32_t k = 0;
   uint32_t distance = DistanceTo(at.pos, at.t->head4[Hash4(at.p)]);
-  Match best{length, 0};
-  // Start in the chain whose newest position lies furthest back. Candidates at most as far back as the offset overlap
-  // the target: their strings have not been inserted yet, so they are looked for in the chain of offset 0.
   const uint32_t last = length - 3;
   if (distance > last) {
-    for (uint32_t offset = last; offset > 0 && offset + 8 > last; --offset) {
+    const uint32_t stride = last > 16 ? last / 16 : 1;
+    for (uint32_t offset = last; offset > 0 && offset <= last;) {
       const uint32_t d = DistanceTo(at.pos + offset, at.t->head4[Hash4(at.p + offset)]);
       if (d > distance) {
         distance = d;
         k = offset;
+        if (distance > at.maxDistance) return {2, 0};
       }
-      if (distance > at.maxDistance) return {2, 0};
+      offset -= offset + 8 > last ? 1 : stride;
     }
   }
-  best = Walk(at, k, distance, best);
+  const Match best = Walk(at, k, distance, {length, 0});
   return best.length > length ? best : Match{2, 0};
 }
 
@@ -190,7 +244,7 @@ void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop) {
     Insert(t, p, pos);
     Match next{2, 0};
     if (MakeTarget(x, t, base, i + 1, &at)) {
-      next = carried.length < 3 ? LongestMatch(at) : LongerMatch(at, carried.length);
+      next = carried.length < 3 ? LongestMatch(at) : LongerMatch(at, carried);
     }
     if (carried.length < 3 || next.length > carried.length) {
       PutLiteral(x, *p);
