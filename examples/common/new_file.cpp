@@ -18,6 +18,8 @@ namespace example {
 
 namespace {
 
+static_assert(sizeof(off_t) == 8, "files of more than 2 GiB need 64-bit offsets");
+
 constexpr std::array kEndingSignals = {SIGHUP, SIGINT, SIGTERM};
 
 // What the signal handler has to remove; empty when there is nothing.

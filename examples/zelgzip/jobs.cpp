@@ -109,7 +109,7 @@ void Jobs::Take(const Source& source) {
 
 void Jobs::CompressSource(const Source& source) {
   const auto suffix = SuffixOf(source.path, options_.suffix);
-  if (suffix && !WritesToStdout(source)) {
+  if (suffix && !options_.force && !WritesToStdout(source)) {
     const bool wanted = options_.verbose || !options_.recursive;
     if (wanted) messages_.Remark(source.path + " already has " + *suffix + " suffix -- unchanged");
     return;
