@@ -224,7 +224,7 @@ void ExpectForeignHeadersAreRefused(const Function<Out>& function, uint8_t own) 
     for (const int blocks : {0, 1, 2, 3}) {
       StreamBuilder built;
       for (int i = 0; i < blocks; ++i) built.Fixed().End();
-      built.Bits(header, 3).Bits(0, 40);
+      built.Bits(header, 3).Bits(0, 32).Bits(0, 8);
       const Bytes stream = built.stream();
       Setting<Out> s;
       s.source = stream.data();

@@ -93,6 +93,7 @@ DynamicHeader DescribeLengths(const Lengths& lit_len, const Lengths& distance) {
 }
 
 StreamBuilder& StreamBuilder::Bits(uint32_t value, int count) {
+  Require(count <= 32, "a field has at most 32 bits");
   for (int i = 0; i < count; ++i) {
     if (bits_ % 8 == 0) stream_.push_back(0);
     stream_.back() = static_cast<uint8_t>(stream_.back() | ((value >> i) & 1) << (bits_ % 8));

@@ -188,7 +188,7 @@ TEST(InteropZlib, StreamsThatFollowEachOther) {
   for (const Path path : {Path::kBytes, Path::kPairs}) {
     Bytes all;
     std::vector<Bytes> inputs;
-    for (uint64_t i = 0; i < 40; ++i) {
+    for (size_t i = 0; i < 40; ++i) {
       inputs.push_back(Mixed(i * 37, i));
       const Bytes stream = DeflateWithZlib(inputs.back(), {.level = static_cast<int>(i % 10)});
       all.insert(all.end(), stream.begin(), stream.end());
