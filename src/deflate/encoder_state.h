@@ -42,7 +42,8 @@ enum StoredStep : int32_t {
 
 // Tables of the match search, by level: see match_kernel.h.
 struct FastTables {
-  uint16_t head[kHashSize];
+  static constexpr uint32_t kSpare = kHashSize;  // an entry that is written and never read
+  uint16_t head[kHashSize + 1];
 };
 
 struct NormalTables {

@@ -1,7 +1,7 @@
 // What the three levels' kernels of the match search share.
 //
-// A kernel runs over contiguous memory: base[i] is byte i of the call, the history stands before, and what matches may
-// need behind it. It searches from x->i up to, not including, `stop`, while there is room for pairs.
+// A kernel runs over contiguous memory: base[i] is byte i of the call, the history stands before, and bytes before
+// readEnd may be read. It searches from x->i up to, not including, `stop`, while there is room for pairs.
 //
 // Tables hold positions modulo 2^16, and chains the distance from each position to the one before it with the same
 // hash. A distance is good while it is below 2^15; Sweep() makes entries unusable before they lie 2^16 back and would
@@ -28,9 +28,9 @@ struct Search {
   uint32_t carriedDistance;
 };
 
-void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop);
-void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop);
-void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop);
+void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
+void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
+void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
 
 // Makes a dictionary, which begins at the tables' position, known.
 void InsertDictionaryFast(EncoderState* s, const uint8_t* dictionary, int32_t len);
@@ -56,6 +56,9 @@ inline uint32_t MaxLength(const Search* x, ptrdiff_t i) {
 
 // The distance to a table entry, below 2^16.
 inline uint32_t DistanceTo(uint32_t pos, uint16_t entry) { return static_cast<uint16_t>(pos - entry); }
+
+// Three bytes, of which only three are read.
+ZELDC_ALWAYS_INLINE uint32_t LoadThree(const uint8_t* p) { return LoadLE<uint16_t>(p) | uint32_t{p[2]} << 16; }
 
 // The length of the match of a and b, which agree in their first `from` bytes, up to `limit`.
 ZELDC_ALWAYS_INLINE uint32_t MatchLength(const uint8_t* a, const uint8_t* b, uint32_t from, uint32_t limit) {

@@ -18,10 +18,10 @@ static_assert(kWindowSize + kSweepInterval + 2 * kMaxMatch < 0x10000);
 constexpr uint16_t kEmpty = 0x8000;  // as seen from position 0
 
 // Makes entries that are a window old or older look exactly one window old.
-void SweepTable(uint16_t (&table)[kHashSize], uint32_t pos) {
+void SweepTable(uint16_t* table, uint32_t pos) {
   const uint16_t now = static_cast<uint16_t>(pos);
   const uint16_t dead = static_cast<uint16_t>(pos - kWindowSize);
-  for (uint16_t& e : table) e = static_cast<int16_t>(now - e) < 0 ? dead : e;
+  for (int i = 0; i < kHashSize; ++i) table[i] = static_cast<int16_t>(now - table[i]) < 0 ? dead : table[i];
 }
 
 void Sweep(EncoderState* s, uint32_t pos) {
@@ -37,7 +37,7 @@ void Sweep(EncoderState* s, uint32_t pos) {
 }
 
 // Runs the level's kernel up to `stop`, with the sweeps that fall due.
-void Run(Search* x, const uint8_t* base, ptrdiff_t stop) {
+void Run(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
   EncoderState* s = x->state;
   while (x->i < stop && x->pair < x->pairEnd) {
     const uint32_t pos = x->posBase + static_cast<uint32_t>(x->i);
@@ -45,11 +45,11 @@ void Run(Search* x, const uint8_t* base, ptrdiff_t stop) {
     const ptrdiff_t due = x->i + static_cast<ptrdiff_t>(s->nextSweep - pos);
     const ptrdiff_t until = due < stop ? due : stop;
     if (s->level == zelLZ77LevelFast) {
-      SearchFast(x, base, until);
+      SearchFast(x, base, until, readEnd);
     } else if (s->level == zelLZ77LevelNormal) {
-      SearchNormal(x, base, until);
+      SearchNormal(x, base, until, readEnd);
     } else {
-      SearchBest(x, base, until);
+      SearchBest(x, base, until, readEnd);
     }
   }
 }
@@ -85,7 +85,7 @@ void SearchBehindHistory(Search* x, const uint8_t* src, int32_t n, ptrdiff_t sea
     const int32_t copied = n - i < room ? n - i : room;
     ownsCopy_8u(src + i, s->history + s->historyFill, copied);
     const ptrdiff_t stop = copied == n - i ? end : Smaller(end, x->i + copied - kLookAhead);
-    Run(x, s->history + (s->historyFill - i), stop);
+    Run(x, s->history + (s->historyFill - i), stop, i + copied);
     s->historyFill += static_cast<int32_t>(x->i) - i;
   }
 }
@@ -107,7 +107,7 @@ int32_t SearchCall(EncoderState* s, const uint8_t* src, int32_t n, zelLZ77Pair**
   if (s->historyFill > 0) SearchBehindHistory(&x, src, n, searchEnd);
   const ptrdiff_t inHistory = s->historyFill > 0 ? x.i : 0;
   // From here on no match reaches before the input.
-  Run(&x, src, searchEnd);
+  Run(&x, src, searchEnd, n);
   for (; x.i >= searchEnd && x.i < n && x.pair < x.pairEnd; ++x.i) PutLiteral(&x, src[x.i]);
 
   const int32_t consumed = static_cast<int32_t>(x.i);
@@ -124,7 +124,7 @@ int32_t SearchCall(EncoderState* s, const uint8_t* src, int32_t n, zelLZ77Pair**
 }  // namespace
 
 void ClearMatchTables(EncoderState* s) {
-  auto clear = [](uint16_t(&table)[kHashSize]) {
+  auto clear = [](uint16_t* table) {
     ownsSet_16s(static_cast<int16_t>(kEmpty), reinterpret_cast<int16_t*>(table), kHashSize);
   };
   s->tablePos = 0;

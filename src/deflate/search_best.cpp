@@ -110,9 +110,9 @@ ZELDC_ALWAYS_INLINE bool IsBehindLast(const Target& at, uint16_t rank) {
   return rank != kUnranked && ((at.rank - rank) & kRankMask) > kCandidates;
 }
 
-// Walks the chain of the four bytes at offset k from `distance` on, for matches longer than `best`, which is 3 at least.
-// All nearer candidates have been looked at, or are known to be no better. Not inlined, so that what the walk needs
-// stays in registers.
+// Walks the chain of the four bytes at offset k from `distance` on, for matches longer than `best`, which is 3 at
+// least. All nearer candidates have been looked at, or are known to be no better. Not inlined, so that what the walk
+// needs stays in registers.
 ZELDC_NOINLINE Match Walk(const Target& at, uint32_t k, uint32_t distance, Match best) {
   constexpr uint32_t kStepsBetweenRanks = 8;
   const uint16_t* const chain = at.t->chain4;
@@ -176,8 +176,8 @@ inline Match LongestMatch(const Target& at) {
   return at.limit >= 3 ? NearestMatchOf3(at) : Match{2, 0};
 }
 
-// The longest match of more than `known.length` >= 3 bytes, of length 2 if there is none. `known` is a match of the byte
-// before: at the same distance this byte has one that is shorter by 1.
+// The longest match of more than `known.length` >= 3 bytes, of length 2 if there is none. `known` is a match of the
+// byte before: at the same distance this byte has one that is shorter by 1.
 inline Match LongerMatch(const Target& at, Match known) {
   const uint32_t length = known.length;
   if (length >= at.limit) return {2, 0};
@@ -230,7 +230,7 @@ void CatchUp(Search* x, const uint8_t* base, ptrdiff_t i) {
 
 }  // namespace
 
-void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop) {
+void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*readEnd*/) {
   BestTables* const t = &x->state->tables.best;
   if (x->i >= stop || x->pair == x->pairEnd) return;
   CatchUp(x, base, x->i);

@@ -18,7 +18,7 @@ ZELDC_ALWAYS_INLINE uint32_t Insert(NormalTables* t, const uint8_t* p, uint32_t 
 
 }  // namespace
 
-void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop) {
+void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*readEnd*/) {
   NormalTables* const t = &x->state->tables.normal;
   while (x->i < stop && x->pair < x->pairEnd) {
     const uint8_t* p = base + x->i;
