@@ -3,11 +3,12 @@
 // A block is a row of items: header bits, the pieces of the tree description, pairs, the end of the block, the marker's
 // bits. Each item is put only when less than a byte waits in the accumulator, so the largest, a pair of 48 bits, always
 // fits, and a block stops between items when its room is full. With plenty of room, pairs go out by one 64-bit store
-// each, without looking at the room. Bound by the branch between literals and matches.
+// each, without looking at the room. Bound by the instructions of the look-ups, some thirty a pair.
 
 #include "deflate/dynamic_code.h"
 #include "deflate/pair_codes.h"
 #include "shared/bits_lsb.h"
+#include "shared/code_lengths.h"
 
 namespace zeldc {
 
@@ -38,60 +39,49 @@ constexpr PairCodes MakeFixedCodes() {
   return t;
 }
 
-// The bits of a match's distance.
-ZELDC_ALWAYS_INLINE BitPiece DistancePiece(const PairCodes& codes, uint32_t distance, uint32_t* length) {
-  if (distance <= 256) {
-    const BitPiece piece = codes.shortDistance[distance - 1];
-    *length = PieceLength(piece);
-    return PieceBits(piece);
-  }
-  const uint32_t symbol = DistanceSymbol(distance);
-  const BitPiece piece = codes.distance[symbol];
-  const uint32_t bits = PieceLength(piece);
-  const RangeSymbol range = kDistanceSymbol.s[symbol];
-  *length = bits == 0 ? 0 : bits + range.extraBits;
-  return PieceBits(piece) | (distance - range.base) << bits;
-}
-
-// Puts one pair. zelErrSize: it is none. zelErr: it has no code.
-ZELDC_ALWAYS_INLINE zelStatus PutPair(const PairCodes& codes, zelLZ77Pair pair, BitWriter* out) {
-  if (pair.distance == 0) {
-    const BitPiece piece = codes.literal[pair.length & 0xFF];
-    if (PieceLength(piece) == 0) return zelErr;
-    out->Put(PieceBits(piece), PieceLength(piece));
-    return zelOk;
-  }
-  if (!IsMatch(pair)) return zelErrSize;
-  const BitPiece piece = codes.length[pair.length - kMinMatch];
-  uint32_t distanceLength;
-  const uint64_t distanceBits = DistancePiece(codes, pair.distance, &distanceLength);
-  if (PieceLength(piece) == 0 || distanceLength == 0) return zelErr;
-  out->Put(PieceBits(piece) | distanceBits << PieceLength(piece), PieceLength(piece) + distanceLength);
-  return zelOk;
-}
-
 struct PairSource {
   zelLZ77Pair* next;
   zelLZ77Pair* end;
 };
 
-// Puts pairs while there is room; zelWarnDstFull when some are left.
+// Puts pairs while there is room; zelWarnDstFull when some are left. kChecked: zelErrSize for a pair that is none,
+// zelErr for one without a code; else the caller knows that there is no such pair.
+template <bool kChecked>
 zelStatus PutPairs(const PairCodes& codes, PairSource* pairs, BitWriter* out) {
+  BitWriter w = *out;
+  zelLZ77Pair* next = pairs->next;
   zelStatus status = zelOk;
-  while (pairs->next < pairs->end) {
-    if (out->outEnd - out->out >= 8) {
-      StoreLE(out->out, out->bits);
-      out->out += out->count >> 3;
-      out->bits >>= out->count & ~7u;
-      out->count &= 7;
-    } else if (!out->WriteBytes()) {
-      return zelWarnDstFull;
+  for (; next < pairs->end; ++next) {
+    if (ZELDC_LIKELY(w.outEnd - w.out >= 8)) {
+      StoreLE(w.out, w.bits);
+      w.out += w.count >> 3;
+      w.bits >>= w.count & ~7u;
+      w.count &= 7;
+    } else if (!w.WriteBytes()) {
+      status = zelWarnDstFull;
+      break;
     }
-    status = PutPair(codes, *pairs->next, out);
-    if (status != zelOk) return status;
-    ++pairs->next;
+    const zelLZ77Pair pair = *next;
+    const PairPlace at = PlaceOf(pair);
+    const BitPiece piece = codes.piece[at.place];
+    const DistanceCode distance = codes.distance[at.distance];
+    if constexpr (kChecked) {
+      if (ZELDC_UNLIKELY(at.excess != 0 || (at.isMatch && at.distance == kNoDistance))) {
+        status = zelErrSize;
+        break;
+      }
+      if (ZELDC_UNLIKELY(PieceLength(piece) == 0 || (at.isMatch && distance.allBits == 0))) {
+        status = zelErr;
+        break;
+      }
+    }
+    const uint64_t distanceBits = distance.code | static_cast<uint64_t>(pair.distance - distance.base)
+                                                      << distance.codeBits;
+    w.Put(PieceBits(piece) | distanceBits << PieceLength(piece), PieceLength(piece) + distance.allBits);
   }
-  return zelOk;
+  pairs->next = next;
+  *out = w;
+  return status;
 }
 
 void MakeDynamicCodes(const EncoderState* s, PairCodes* t) {
@@ -106,6 +96,7 @@ void MakeDynamicCodes(const EncoderState* s, PairCodes* t) {
 zelStatus WriteBlock(EncoderState* s, PairSource* pairs, BitWriter* out, zelLZ77FlushMode flush, bool dynamic) {
   PairCodes dynamicCodes;
   const PairCodes* codes = &kFixedCodes;
+  bool counted = false;  // all pairs of this call are in the code's statistics
 
   if (s->blockPhase == kPhaseHeader) {
     const bool final = (dynamic ? s->lastFlush : flush) == zelLZ77FlushFinal && s->srcRemain == 0;
@@ -114,6 +105,7 @@ zelStatus WriteBlock(EncoderState* s, PairSource* pairs, BitWriter* out, zelLZ77
       if (!CountPairs(pairs->next, static_cast<int32_t>(pairs->end - pairs->next), &statistics)) return zelErrSize;
       BuildDynamicCode(s, statistics);
       s->treeBytesTaken = 0;
+      counted = true;
     }
     if (!out->WriteBytes()) return zelWarnDstFull;
     out->Put((dynamic ? 4u : 2u) | (final ? 1u : 0u), 3);
@@ -137,7 +129,7 @@ zelStatus WriteBlock(EncoderState* s, PairSource* pairs, BitWriter* out, zelLZ77
       MakeDynamicCodes(s, &dynamicCodes);
       codes = &dynamicCodes;
     }
-    const zelStatus status = PutPairs(*codes, pairs, out);
+    const zelStatus status = counted ? PutPairs<false>(*codes, pairs, out) : PutPairs<true>(*codes, pairs, out);
     if (status != zelOk) return status;
     if (!out->WriteBytes()) return zelWarnDstFull;
     out->Put(PieceBits(codes->endOfBlock), PieceLength(codes->endOfBlock));

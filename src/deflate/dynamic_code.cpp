@@ -57,25 +57,38 @@ int UsedLengths(const uint8_t* lengths, int symbols, int least) {
 }  // namespace
 
 bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
+  // Two sets of counters, so that equal neighbours do not wait for each other's store.
+  uint32_t places[2][512] = {};
+  uint32_t distances[2][kNoDistance + 1] = {};
+  uint32_t excess = 0;
+  uint32_t matches = 0;
+  int32_t i = 0;
+  auto count = [&](zelLZ77Pair pair, int set) {
+    const PairPlace at = PlaceOf(pair);
+    excess |= at.excess;
+    matches += at.isMatch;
+    ++places[set][at.place];
+    ++distances[set][at.distance];
+  };
+  for (; i + 2 <= n; i += 2) {
+    count(pairs[i], 0);
+    count(pairs[i + 1], 1);
+  }
+  if (i < n) count(pairs[i], 0);
+  // Each match has a length and a distance.
+  const uint32_t literalCount = static_cast<uint32_t>(n) - matches;
+  if (excess != 0 || distances[0][kNoDistance] + distances[1][kNoDistance] != literalCount) return false;
+
   memset(statistics, 0, sizeof(*statistics));
-  uint32_t literals[256] = {};
-  uint32_t lengths[256] = {};
-  for (int32_t i = 0; i < n; ++i) {
-    const zelLZ77Pair pair = pairs[i];
-    if (pair.distance == 0) {
-      ++literals[pair.length & 0xFF];
-    } else {
-      if (!IsMatch(pair)) return false;
-      ++lengths[pair.length - kMinMatch];
-      ++statistics->distance[DistanceSymbol(pair.distance)];
-    }
-  }
-  memcpy(statistics->litLen, literals, sizeof(literals));
   statistics->litLen[kEndOfBlock] = 1;
-  for (uint32_t i = 0; i < 256; ++i) {
-    statistics->litLen[kFirstLengthSymbol + kLengthSymbolIndex.of[i]] += lengths[i];
-    statistics->bytes += literals[i] + uint64_t{lengths[i]} * (i + kMinMatch);
+  for (uint32_t k = 0; k < 256; ++k) {
+    const uint32_t literals = places[0][k] + places[1][k];
+    const uint32_t lengths = places[0][256 + k] + places[1][256 + k];
+    statistics->litLen[k] = literals;
+    statistics->litLen[kFirstLengthSymbol + kLengthSymbolIndex.of[k]] += lengths;
+    statistics->bytes += literals + uint64_t{lengths} * (k + kMinMatch);
   }
+  for (int k = 0; k < kDistanceSymbols; ++k) statistics->distance[k] = distances[0][k] + distances[1][k];
   return true;
 }
 

@@ -1,27 +1,15 @@
-// What the block writers look up for a pair: codes joined with their extra bits.
+// What the block writers look up for a pair: its symbols, and their codes joined with their extra bits.
+//
+// A pair is either a literal or a match, in no order that a processor could foresee, so both are looked up alike: a
+// literal is a piece of output like a length, followed by a distance that takes no bits.
 #pragma once
 
 #include <stdint.h>
 
-#include "shared/code_lengths.h"
 #include "shared/deflate_format.h"
 #include "zeldc/lz77.h"
 
 namespace zeldc {
-
-// A piece of output: up to 24 bits, the first one lowest, with their number in the top byte.
-using BitPiece = uint32_t;
-
-constexpr uint32_t PieceBits(BitPiece p) { return p & 0xFFFFFF; }
-constexpr uint32_t PieceLength(BitPiece p) { return p >> 24; }
-
-// The distance symbol of a distance 1..32768: the place of its leading one, and the bit behind it.
-inline uint32_t DistanceSymbol(uint32_t distance) {
-  const uint32_t d = distance - 1;
-  if (d < 2) return d;
-  const uint32_t top = 31 - static_cast<uint32_t>(__builtin_clz(d));
-  return 2 * top + ((d >> (top - 1)) & 1);
-}
 
 // The length symbol, less 257, of a length less 3.
 struct LengthSymbolIndex {
@@ -39,39 +27,82 @@ constexpr LengthSymbolIndex MakeLengthSymbolIndex() {
 }
 inline constexpr LengthSymbolIndex kLengthSymbolIndex = MakeLengthSymbolIndex();
 
+// The distance symbol of a distance, by the distance less 1 modulo 2^16: by all of it below 256, by its upper bits
+// above, where symbols span 128 distances or more. Not a distance: what a literal has there, 0, and all above 32768.
+inline constexpr int kNoDistance = kDistanceSymbols;
+struct DistanceSymbolIndex {
+  uint8_t of[256 + 512];
+};
+constexpr DistanceSymbolIndex MakeDistanceSymbolIndex() {
+  DistanceSymbolIndex t{};
+  for (uint8_t& symbol : t.of) symbol = kNoDistance;
+  for (int i = 0; i < kDistanceSymbols; ++i) {
+    const RangeSymbol s = kDistanceSymbol.s[i];
+    for (int d = s.base - 1; d < s.base - 1 + (1 << s.extraBits); ++d) {
+      t.of[d < 256 ? d : 256 + (d >> 7)] = static_cast<uint8_t>(i);
+    }
+  }
+  return t;
+}
+inline constexpr DistanceSymbolIndex kDistanceSymbolIndex = MakeDistanceSymbolIndex();
+
+// A pair, taken apart, without a branch: in arithmetic that compilers leave alone.
+struct PairPlace {
+  uint32_t isMatch;   // 0 or 1
+  uint32_t place;     // a literal: its byte; a match: 256 + its length - 3, both modulo 256
+  uint32_t distance;  // distance symbol, or kNoDistance
+  uint32_t excess;    // not 0: a match of a length outside 3..258
+};
+
+inline PairPlace PlaceOf(zelLZ77Pair pair) {
+  const uint32_t isMatch = (0u - pair.distance) >> 31;
+  const uint32_t length = pair.length - isMatch - 2 * isMatch;
+  const uint32_t d = static_cast<uint16_t>(pair.distance - 1);
+  const uint32_t isFar = static_cast<uint32_t>(static_cast<int32_t>(255 - d) >> 31);
+  return {isMatch, (length & 0xFF) | isMatch << 8, kDistanceSymbolIndex.of[d ^ ((d ^ (256 + (d >> 7))) & isFar)],
+          (length & (0u - isMatch)) >> 8};
+}
+
+// A piece of output: up to 24 bits, the first one lowest, with their number in the top byte.
+using BitPiece = uint32_t;
+
+constexpr uint32_t PieceBits(BitPiece p) { return p & 0xFFFFFF; }
+constexpr uint32_t PieceLength(BitPiece p) { return p >> 24; }
+
+struct DistanceCode {
+  uint16_t code;
+  uint16_t base;
+  uint8_t codeBits;
+  uint8_t allBits;  // with the extra bits; 0 when the symbol has no code
+  uint8_t unused[2];
+};
+
 struct PairCodes {
-  BitPiece literal[256];
-  BitPiece length[256];                 // by length - 3, extra bits included
-  BitPiece shortDistance[256];          // by distance - 1, extra bits included
-  BitPiece distance[kDistanceSymbols];  // by distance symbol, without extra bits
+  BitPiece piece[512];                     // by PairPlace::place, a length's extra bits included; 0 without a code
+  DistanceCode distance[kNoDistance + 1];  // by distance symbol
   BitPiece endOfBlock;
 };
 
-// Pieces of length 0 stand for symbols without a code.
 constexpr void MakePairCodes(const uint8_t* litLenLengths, const uint16_t* litLenCodes, const uint8_t* distanceLengths,
                              const uint16_t* distanceCodes, PairCodes* t) {
-  for (int i = 0; i < kLiteralSymbols; ++i) t->literal[i] = litLenCodes[i] | uint32_t{litLenLengths[i]} << 24;
+  for (int i = 0; i < kLiteralSymbols; ++i) t->piece[i] = litLenCodes[i] | uint32_t{litLenLengths[i]} << 24;
   t->endOfBlock = litLenCodes[kEndOfBlock] | uint32_t{litLenLengths[kEndOfBlock]} << 24;
   for (uint32_t i = 0; i < 256; ++i) {
     const int symbol = kLengthSymbolIndex.of[i];
+    const RangeSymbol s = kLengthSymbol.s[symbol];
     const uint32_t bits = litLenLengths[kFirstLengthSymbol + symbol];
-    const uint32_t extra = i + kMinMatch - kLengthSymbol.s[symbol].base;
-    t->length[i] = bits == 0 ? 0
-                             : litLenCodes[kFirstLengthSymbol + symbol] | extra << bits |
-                                   (bits + kLengthSymbol.s[symbol].extraBits) << 24;
+    const uint32_t extra = i + kMinMatch - s.base;
+    t->piece[256 + i] =
+        bits == 0 ? 0 : litLenCodes[kFirstLengthSymbol + symbol] | extra << bits | (bits + s.extraBits) << 24;
   }
-  for (int symbol = 0; symbol < kDistanceSymbols; ++symbol) {
-    const RangeSymbol s = kDistanceSymbol.s[symbol];
-    const uint32_t bits = distanceLengths[symbol];
-    t->distance[symbol] = distanceCodes[symbol] | bits << 24;
-    for (uint32_t k = 0; k < (1u << s.extraBits) && s.base + k <= 256; ++k) {
-      t->shortDistance[s.base + k - 1] = bits == 0 ? 0 : distanceCodes[symbol] | k << bits | (bits + s.extraBits) << 24;
-    }
+  for (int i = 0; i < kDistanceSymbols; ++i) {
+    const RangeSymbol s = kDistanceSymbol.s[i];
+    const uint8_t bits = distanceLengths[i];
+    t->distance[i] = {distanceCodes[i], s.base, bits, static_cast<uint8_t>(bits == 0 ? 0 : bits + s.extraBits), {}};
   }
+  t->distance[kNoDistance] = {};
 }
 
 extern const PairCodes kFixedCodes;
-
-inline bool IsMatch(zelLZ77Pair pair) { return pair.length - 3u < 256 && pair.distance - 1u < kMaxDistance; }
 
 }  // namespace zeldc
