@@ -81,18 +81,23 @@ bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics)
 
   memset(statistics, 0, sizeof(*statistics));
   statistics->litLen[kEndOfBlock] = 1;
+  uint64_t bytes = 0;
   for (uint32_t k = 0; k < 256; ++k) {
     const uint32_t literals = places[0][k] + places[1][k];
     const uint32_t lengths = places[0][256 + k] + places[1][256 + k];
     statistics->litLen[k] = literals;
     statistics->litLen[kFirstLengthSymbol + kLengthSymbolIndex.of[k]] += lengths;
-    statistics->bytes += literals + uint64_t{lengths} * (k + kMinMatch);
+    bytes += literals + uint64_t{lengths} * (k + kMinMatch);
   }
+  statistics->bytes.Set(bytes);
   for (int k = 0; k < kDistanceSymbols; ++k) statistics->distance[k] = distances[0][k] + distances[1][k];
   return true;
 }
 
 void BuildDynamicCode(EncoderState* s, const PairStatistics& statistics) {
+  if (s->codeBuilt && memcmp(&s->statistics, &statistics, sizeof(statistics)) == 0) return;
+  s->statistics = statistics;
+  s->codeBuilt = 1;
   BuildCodeLengths(statistics.litLen, kLitLenSymbols, kMaxCodeLength, s->litLenLengths);
   BuildCodeLengths(statistics.distance, kDistanceSymbols, kMaxCodeLength, s->distanceLengths);
   const int litLenCount = UsedLengths(s->litLenLengths, kLitLenSymbols, kFirstLengthSymbol);
@@ -145,7 +150,7 @@ extern "C" zelStatus zelsEncodeLZ77SelectHuffMode_8u(const zelLZ77Pair* pPairs, 
   BuildDynamicCode(s, statistics);
 
   // Costs in bits. The end of the block, the alignment of a stored block and its split into many are not counted.
-  uint64_t stored = 32 + 8 * statistics.bytes;
+  uint64_t stored = 32 + 8 * statistics.bytes.Get();
   uint64_t fixed = 3;
   uint64_t dynamic = 3 + 8 * static_cast<uint64_t>((s->treeBits + 7) / 8);
   for (int i = 0; i < kLitLenSymbols; ++i) {

@@ -25,6 +25,7 @@ void StartStream(EncoderState* s) {
   s->storedLeft = 0;
   s->chosenMode = zelLZ77HuffFixed;
   s->trailerWritten = 0;
+  s->codeBuilt = 0;
   s->treeBits = 0;
   s->treeBytesTaken = 0;
   ClearMatchTables(s);

@@ -40,6 +40,13 @@ enum StoredStep : int32_t {
   kStoredCopy = 3,
 };
 
+// How often the symbols of a block occur.
+struct PairStatistics {
+  uint32_t litLen[kLitLenSymbols];  // the end of the block counts once
+  uint32_t distance[kDistanceSymbols];
+  Wide bytes;  // that the pairs stand for
+};
+
 // Tables of the match search, by level: see match_kernel.h.
 struct FastTables {
   static constexpr uint32_t kSpare = kHashSize;  // an entry that is written and never read
@@ -93,6 +100,8 @@ struct EncoderState : zelLZ77State {
   int32_t chosenMode;     // zelLZ77HuffMode
   int32_t trailerWritten;
   uint8_t trailer[8];
+  int32_t codeBuilt;  // the dynamic code is the one for the statistics
+  PairStatistics statistics;
   int32_t treeBits;        // length of the tree description
   int32_t treeBytesTaken;  // how much of it has gone to the bit buffer
   uint8_t tree[292];

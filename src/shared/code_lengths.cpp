@@ -15,17 +15,18 @@ namespace {
 
 inline constexpr int kMaxLimit = 15;
 
-struct Leaf {
-  uint32_t frequency;
-  uint16_t symbol;
-};
+// A used symbol: its frequency above its number, so that leaves in numeric order are in the order of frequency.
+using Leaf = uint64_t;
+constexpr Leaf MakeLeaf(uint32_t frequency, int symbol) { return Leaf{frequency} << 16 | static_cast<Leaf>(symbol); }
+constexpr uint32_t FrequencyOf(Leaf leaf) { return static_cast<uint32_t>(leaf >> 16); }
+constexpr int SymbolOf(Leaf leaf) { return static_cast<int>(leaf & 0xFFFF); }
 
 // depths[i] of the i-th rarest of n >= 2 leaves, in count[depth], cut at `limit`.
 void CountDepths(const Leaf* leaves, int n, int limit, int (&count)[kMaxLimit + 1]) {
   // Nodes 0 .. n-1 are the leaves, n .. 2n-2 the inner nodes as they come about.
   uint32_t weight[2 * kMaxCodeSymbols];
   uint16_t parent[2 * kMaxCodeSymbols];
-  for (int i = 0; i < n; ++i) weight[i] = leaves[i].frequency;
+  for (int i = 0; i < n; ++i) weight[i] = FrequencyOf(leaves[i]);
   int leaf = 0;
   int inner = n;
   for (int node = n; node < 2 * n - 1; ++node) {
@@ -78,20 +79,18 @@ void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8
   int n = 0;
   for (int i = 0; i < symbols; ++i) {
     lengths[i] = 0;
-    if (frequencies[i]) leaves[n++] = {frequencies[i], static_cast<uint16_t>(i)};
+    if (frequencies[i]) leaves[n++] = MakeLeaf(frequencies[i], i);
   }
   for (int i = 0; n < 2; ++i) {
-    if (!frequencies[i]) leaves[n++] = {1, static_cast<uint16_t>(i)};
+    if (!frequencies[i]) leaves[n++] = MakeLeaf(1, i);
   }
-  std::sort(leaves, leaves + n, [](const Leaf& a, const Leaf& b) {
-    return a.frequency != b.frequency ? a.frequency < b.frequency : a.symbol < b.symbol;
-  });
+  std::sort(leaves, leaves + n);
 
   int count[kMaxLimit + 1] = {};
   CountDepths(leaves, n, limit, count);
   int i = 0;
   for (int length = limit; length > 0; --length) {
-    for (int k = count[length]; k > 0; --k) lengths[leaves[i++].symbol] = static_cast<uint8_t>(length);
+    for (int k = count[length]; k > 0; --k) lengths[SymbolOf(leaves[i++])] = static_cast<uint8_t>(length);
   }
 }
 
