@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""Writes the seed corpora: corpus/<target>/ beside this file. Run it again when a target reads its options anew."""
+
+import pathlib
+import random
+import zlib
+
+FOLDER = pathlib.Path(__file__).parent / "corpus"
+
+
+def texts():
+    generator = random.Random(1)
+    words = ["".join(generator.choices("etaoinshrdlu", k=generator.randint(1, 8))) for _ in range(60)]
+    yield "text", " ".join(generator.choices(words, k=250)).encode()
+    yield "noise", generator.randbytes(300)
+    yield "run", b"a" * 1000 + b"b" + b"a" * 300
+    yield "four", bytes(generator.choices(range(4), k=900))
+    yield "mixed", generator.randbytes(100) + b"mixed " * 40 + generator.randbytes(100) + bytes(200)
+    yield "tiny", b"ab"
+    yield "empty", b""
+
+
+def raw(data, level=6, strategy=zlib.Z_DEFAULT_STRATEGY, flush=None, dictionary=b""):
+    arguments = [level, zlib.DEFLATED, -15, 8, strategy]
+    compressor = zlib.compressobj(*arguments, dictionary) if dictionary else zlib.compressobj(*arguments)
+    out = b""
+    if flush is not None:
+        for i in range(0, len(data), 100):
+            out += compressor.compress(data[i : i + 100]) + compressor.flush(flush)
+        return out + compressor.flush()
+    return compressor.compress(data) + compressor.flush()
+
+
+def streams():
+    for name, data in texts():
+        yield name + "-dynamic", raw(data)
+        yield name + "-fixed", raw(data, strategy=zlib.Z_FIXED)
+    text = dict(texts())["text"]
+    mixed = dict(texts())["mixed"]
+    yield "stored", raw(text[:200], level=0)
+    yield "huffman", raw(mixed, strategy=zlib.Z_HUFFMAN_ONLY)
+    yield "sync", raw(mixed, flush=zlib.Z_SYNC_FLUSH)
+    yield "partial", raw(mixed, flush=zlib.Z_PARTIAL_FLUSH)
+    yield "twice", raw(text) + raw(mixed)
+    # Bit by bit: a chain of empty fixed blocks, a reserved block, a stored block of wrong length.
+    yield "chain", bytes.fromhex("02082080000208200003")
+    yield "reserved", bytes.fromhex("06ff")
+    yield "mismatch", bytes.fromhex("010500faf0")
+
+
+# Options of the decoder: pieces of source, room and pairs, seed of the split, dictionary.
+SPLITS = [bytes([0, 0, 0, 0, 0]), bytes([1, 1, 1, 0, 0]), bytes([20, 200, 30, 7, 0]), bytes([3, 5, 2, 0, 3])]
+
+# Options of the encoder: level, checksum, blocks, flush, pieces of input, pairs and room, seed, dictionary, path.
+ENCODERS = [
+    bytes([0, 0, 0, 0, 0, 0, 0, 0, 0, 0]),
+    bytes([1, 1, 1, 1, 50, 20, 1, 0, 0, 1]),
+    bytes([2, 2, 2, 0, 130, 60, 9, 5, 0, 0]),
+    bytes([1, 0, 4, 1, 100, 10, 30, 3, 77, 1]),
+    bytes([2, 1, 3, 2, 0, 129, 0, 0, 190, 0]),
+]
+
+
+def inputs():
+    for i, (name, stream) in enumerate(streams()):
+        split = SPLITS[i % len(SPLITS)]
+        yield "fuzz_inflate_bytes", name, split + stream
+        yield "fuzz_inflate_pairs", name, split + stream
+    for i, (name, data) in enumerate(texts()):
+        for j, encoder in enumerate(ENCODERS):
+            if (i + j) % 2 == 0:
+                split = SPLITS[(i + j) % len(SPLITS)]
+                yield "fuzz_deflate_roundtrip", f"{name}-{j}", encoder + split + bytes([i % 3, 9, j]) + data
+    generator = random.Random(2)
+    for i in range(16):
+        calls = generator.randbytes(2)
+        for _ in range(generator.randint(5, 30)):
+            calls += bytes([generator.randrange(256)]) + generator.randbytes(generator.randint(2, 40))
+        yield "fuzz_hostile_pairs", f"calls-{i}", calls
+
+
+for target, name, content in inputs():
+    folder = FOLDER / target
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / name).write_bytes(content)
