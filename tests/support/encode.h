@@ -33,7 +33,7 @@ struct EncodeOptions {
   size_t pairs_room = zelLZ77MaxPairs;  // pairs of a block; another number than this makes the array the caller's
   size_t room = SIZE_MAX;               // bytes of output that a block writer gets at a time
   uint64_t split_seed = 0;              // not 0: pieces and rooms are random, from 0 to the numbers above
-  Bytes dictionary;
+  Bytes dictionary = {};
   bool trailer = false;
   Guard record_guard = Guard::kBehind;  // kBehind: the record's address is an odd multiple of 4
   uint8_t record_fill = 0xA5;
