@@ -8,10 +8,12 @@
 // bytes a step: byte sums by sums of absolute differences, weighted sums by multiply-add pairs, the term n A by adding
 // up the byte sums seen so far. It is bound by the vector units for data in the caches and by memory beyond.
 //
-// 32-bit sums that start below 2^16 stay below 2^32 for 5552 bytes, so there is one reduction for each such stretch.
+// 32-bit sums that start below 2^16 stay below 2^32 for 5552 bytes, so there is one reduction for each such stretch;
+// the vector kernel keeps all but the weighted sums in 64 bits and goes on for longer.
 
 #include "checksum/adler32.h"
 
+#include "checksum/load_bytes.h"
 #include "core/target.h"
 
 #if ZELDC_AVX2
@@ -21,6 +23,8 @@
 #endif
 
 namespace {
+
+using namespace zeldc;
 
 constexpr uint32_t kModulus = 65521;
 
@@ -61,15 +65,49 @@ uint32_t ownAdler32Portable(uint32_t value, const uint8_t* src, size_t len) {
 
 namespace {
 
-ZELDC_ALWAYS_INLINE uint32_t SumLanes(__m256i v) {
-  __m128i s = _mm_add_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
-  s = _mm_add_epi32(s, _mm_shuffle_epi32(s, 0x4E));
-  s = _mm_add_epi32(s, _mm_shuffle_epi32(s, 0xB1));
-  return static_cast<uint32_t>(_mm_cvtsi128_si32(s));
+ZELDC_ALWAYS_INLINE uint32_t SumLanes(__m128i v) {
+  v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0x4E));
+  v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0xB1));
+  return static_cast<uint32_t>(_mm_cvtsi128_si32(v));
 }
 
-// Adds `blocks` blocks of 64 bytes, at most 5552 bytes in all, to reduced sums.
-ZELDC_ALWAYS_INLINE Sums AddBlocks(Sums s, const uint8_t* src, size_t blocks) {
+ZELDC_ALWAYS_INLINE uint32_t SumLanes(__m256i v) {
+  return SumLanes(_mm_add_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1)));
+}
+
+// Adds 1..63 bytes: blocks of 16, of which the first is filled up with zeros in front, where they count for nothing.
+ZELDC_ALWAYS_INLINE Sums AddShort(Sums s, const uint8_t* src, size_t len) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i ones = _mm_set1_epi16(1);
+  const __m128i weights = _mm_set_epi8(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16);
+  const size_t first = ((len - 1) & 15) + 1;
+  __m128i v = first == 16 ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(src)) : LoadBytesAtEnd(src, first);
+  __m128i bytes = _mm_sad_epu8(v, zero);
+  __m128i before = zero;
+  __m128i weighted = _mm_madd_epi16(_mm_maddubs_epi16(v, weights), ones);
+  for (size_t i = first; i < len; i += 16) {
+    v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
+    before = _mm_add_epi32(before, bytes);
+    bytes = _mm_add_epi32(bytes, _mm_sad_epu8(v, zero));
+    weighted = _mm_add_epi32(weighted, _mm_madd_epi16(_mm_maddubs_epi16(v, weights), ones));
+  }
+  s.b += s.a * static_cast<uint32_t>(len) + SumLanes(_mm_add_epi32(weighted, _mm_slli_epi32(before, 4)));
+  s.a += static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(bytes, _mm_unpackhi_epi64(bytes, bytes))));
+  return s;
+}
+
+ZELDC_ALWAYS_INLINE uint64_t SumWideLanes(__m256i v) {
+  uint64_t lanes[4];
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes), v);
+  return lanes[0] + lanes[1] + lanes[2] + lanes[3];
+}
+
+// A lane of weighted sums grows by at most 4 * 255 * (32 + 31) a block.
+constexpr size_t kMostBlocks = size_t{1} << 15;
+static_assert(4ull * 255 * 63 * kMostBlocks < (1ull << 32));
+
+// Adds blocks of 64 bytes, `len` in all, at most kMostBlocks. Beyond kStretch the sums are reduced.
+ZELDC_ALWAYS_INLINE Sums AddBlocks(Sums s, const uint8_t* src, size_t len) {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i ones = _mm256_set1_epi16(1);
   // Weights 32 .. 1 for either half: the first half counts 32 more a byte, added at the end from its own byte sum.
@@ -79,40 +117,54 @@ ZELDC_ALWAYS_INLINE Sums AddBlocks(Sums s, const uint8_t* src, size_t blocks) {
   __m256i first = zero;     // byte sums of first halves
   __m256i bytes = zero;     // byte sums of all
   __m256i before = zero;    // for each block the byte sums of the blocks before it
-  __m256i weighted = zero;  // weighted sums
-  const uint32_t len = static_cast<uint32_t>(blocks * 64);
-  for (; blocks > 0; --blocks, src += 64) {
-    const __m256i v0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src));
-    const __m256i v1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + 32));
-    before = _mm256_add_epi32(before, bytes);
+  __m256i weighted = zero;  // weighted sums, in 32-bit lanes
+  for (size_t i = 0; i < len; i += 64) {
+    const __m256i v0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i));
+    const __m256i v1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i + 32));
+    before = _mm256_add_epi64(before, bytes);
     const __m256i s0 = _mm256_sad_epu8(v0, zero);
     const __m256i s1 = _mm256_sad_epu8(v1, zero);
-    first = _mm256_add_epi32(first, s0);
-    bytes = _mm256_add_epi32(bytes, _mm256_add_epi32(s0, s1));
+    first = _mm256_add_epi64(first, s0);
+    bytes = _mm256_add_epi64(bytes, _mm256_add_epi64(s0, s1));
     const __m256i w = _mm256_add_epi16(_mm256_maddubs_epi16(v0, weights), _mm256_maddubs_epi16(v1, weights));
     weighted = _mm256_add_epi32(weighted, _mm256_madd_epi16(w, ones));
   }
-  const __m256i b =
-      _mm256_add_epi32(_mm256_add_epi32(weighted, _mm256_slli_epi32(first, 5)), _mm256_slli_epi32(before, 6));
-  s.b += s.a * len + SumLanes(b);
-  s.a += SumLanes(bytes);
-  return s;
+  const __m256i blocks = _mm256_add_epi64(_mm256_slli_epi64(first, 5), _mm256_slli_epi64(before, 6));
+  if (len <= kStretch) {
+    s.b += s.a * static_cast<uint32_t>(len) + SumLanes(_mm256_add_epi32(weighted, blocks));
+    s.a += SumLanes(bytes);
+    return s;
+  }
+  const __m256i low = _mm256_set1_epi64x(0xFFFFFFFF);
+  const __m256i wide = _mm256_add_epi64(_mm256_and_si256(weighted, low), _mm256_srli_epi64(weighted, 32));
+  const uint64_t b = s.b + uint64_t{s.a} * len + SumWideLanes(_mm256_add_epi64(wide, blocks));
+  const uint64_t a = s.a + SumWideLanes(bytes);
+  return {static_cast<uint32_t>(a % kModulus), static_cast<uint32_t>(b % kModulus)};
 }
 
 }  // namespace
 
 uint32_t ownAdler32(uint32_t value, const uint8_t* src, size_t len) {
   Sums s{value & 0xFFFF, value >> 16};
-  constexpr size_t kBlocks = kStretch / 64;
-  while (len >= 64) {
-    const size_t blocks = len / 64 < kBlocks ? len / 64 : kBlocks;
-    s = AddBlocks(s, src, blocks);
-    s.a %= kModulus;
-    s.b %= kModulus;
-    src += blocks * 64;
-    len -= blocks * 64;
+  if (len >= 1024) {
+    // Long inputs gain by loads that do not straddle cache lines.
+    const size_t head = (0 - reinterpret_cast<uintptr_t>(src)) & 31;
+    if (head > 0) s = AddShort(s, src, head);
+    src += head;
+    len -= head;
+    // What is left at the end, with the head, is at most kStretch bytes.
+    while (len > kStretch - 64) {
+      const size_t n = len < kMostBlocks * 64 ? len & ~size_t{63} : kMostBlocks * 64;
+      s = AddBlocks(s, src, n);
+      s.a %= kModulus;
+      s.b %= kModulus;
+      src += n;
+      len -= n;
+    }
   }
-  return Join(AddBytes(s, src, len));
+  if (len >= 64) s = AddBlocks(s, src, len & ~size_t{63});
+  if (len & 63) s = AddShort(s, src + (len & ~size_t{63}), len & 63);
+  return Join(s);
 }
 
 #else

@@ -19,6 +19,7 @@
 
 #include "checksum/crc.h"
 #include "checksum/crc_polynomial.h"
+#include "checksum/load_bytes.h"
 #include "core/target.h"
 #include "shared/unaligned.h"
 
@@ -47,27 +48,7 @@ ZELDC_ALWAYS_INLINE __m128i ShiftBytesDown(__m128i v, size_t bytes) {
   return _mm_shuffle_epi8(v, Load(kByteShifts + 16 + bytes));
 }
 
-// The last `len` bytes of a vector are the 1..15 bytes at src, the others 0.
-ZELDC_ALWAYS_INLINE __m128i LoadShort(const uint8_t* src, size_t len) {
-  if (len >= 8) {
-    const uint64_t lo = LoadLE<uint64_t>(src) << (8 * (16 - len) & 63);
-    return _mm_set_epi64x(static_cast<int64_t>(LoadLE<uint64_t>(src + len - 8)),
-                          static_cast<int64_t>(len == 8 ? 0 : lo));
-  }
-  uint64_t v;
-  if (len >= 4) {
-    v = (uint64_t{LoadLE<uint32_t>(src + len - 4)} << 32) |
-        (len == 4 ? 0 : uint64_t{LoadLE<uint32_t>(src) << (8 * (8 - len))});
-  } else {
-    // len 1: the same byte thrice, of which the shift leaves the highest; 2: first, last, last; 3: all.
-    v = uint64_t{src[len - 1]} << 56;
-    if (len >= 2) v |= uint64_t{src[len - 2]} << 48;
-    if (len == 3) v |= uint64_t{src[0]} << 40;
-  }
-  return _mm_set_epi64x(static_cast<int64_t>(v), 0);
-}
-
-template <uint32_t kPoly, bool kReflected>
+template <uint32_t kPoly, bool kReflected, uint32_t (*kBytewise)(uint32_t, const uint8_t*, size_t)>
 struct Folder {
   // The pair of constants that moves a block on by `bits`: for the half with the higher powers, for the other.
   static ZELDC_ALWAYS_INLINE __m128i FoldConstants(uint32_t high, uint32_t low) {
@@ -123,13 +104,10 @@ struct Folder {
     }
   }
 
+  // 4..15 bytes.
   static ZELDC_ALWAYS_INLINE uint32_t Short(uint32_t reg, const uint8_t* src, size_t len) {
-    if (len == 0) return reg;
-    const __m128i x = _mm_xor_si128(LoadShort(src, len), ShiftBytesUp(RegisterInFront(reg), 16 - len));
-    // Of a register longer than the data, the rest just moves up.
-    uint32_t rest = 0;
-    if (len < 4) rest = kReflected ? reg >> (8 * len) : reg << (8 * len);
-    return Reduce(Swap(x)) ^ rest;
+    const __m128i x = _mm_xor_si128(LoadBytesAtEnd(src, len), ShiftBytesUp(RegisterInFront(reg), 16 - len));
+    return Reduce(Swap(x));
   }
 
   // x, in front of the 1..15 bytes at src, which follow at least 16 bytes that may be read.
@@ -141,7 +119,53 @@ struct Folder {
     return Fold(front, MoveBy<128>(), back);
   }
 
+#if ZELDC_VPCLMUL
+  static ZELDC_ALWAYS_INLINE __m256i LoadTwo(const uint8_t* p) {
+    const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    if constexpr (kReflected) return v;
+    return _mm256_shuffle_epi8(v, _mm256_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4,
+                                                  5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+  }
+
+  static ZELDC_ALWAYS_INLINE __m256i FoldTwo(__m256i x, __m256i constants, __m256i next) {
+    return _mm256_xor_si256(
+        _mm256_xor_si256(_mm256_clmulepi64_epi128(x, constants, 0x00), _mm256_clmulepi64_epi128(x, constants, 0x11)),
+        next);
+  }
+
+  // Two lanes in a vector: takes all whole stretches of 128 bytes, the first one with `front`, down to eight lanes.
+  static ZELDC_ALWAYS_INLINE void FoldWide(__m128i front, const uint8_t** src, size_t* len, __m128i (&lanes)[8]) {
+    const uint8_t* p = *src;
+    __m256i w[4];
+    for (int i = 0; i < 4; ++i) w[i] = LoadTwo(p + 32 * i);
+    w[0] = _mm256_xor_si256(w[0], _mm256_zextsi128_si256(front));
+    p += 128;
+    size_t left = *len - 128;
+    const __m256i by128 = _mm256_broadcastsi128_si256(MoveBy<128 * 8>());
+    if (left >= 384) {
+      __m256i second[4];
+      for (int i = 0; i < 4; ++i) second[i] = LoadTwo(p + 32 * i);
+      const __m256i by256 = _mm256_broadcastsi128_si256(MoveBy<128 * 16>());
+      for (p += 128, left -= 128; left >= 256; p += 256, left -= 256) {
+        for (int i = 0; i < 4; ++i) w[i] = FoldTwo(w[i], by256, LoadTwo(p + 32 * i));
+        for (int i = 0; i < 4; ++i) second[i] = FoldTwo(second[i], by256, LoadTwo(p + 128 + 32 * i));
+      }
+      for (int i = 0; i < 4; ++i) w[i] = FoldTwo(w[i], by128, second[i]);
+    }
+    for (; left >= 128; p += 128, left -= 128) {
+      for (int i = 0; i < 4; ++i) w[i] = FoldTwo(w[i], by128, LoadTwo(p + 32 * i));
+    }
+    for (int i = 0; i < 4; ++i) {
+      lanes[2 * i] = _mm256_castsi256_si128(w[i]);
+      lanes[2 * i + 1] = _mm256_extracti128_si256(w[i], 1);
+    }
+    *src = p;
+    *len = left;
+  }
+#endif
+
   static uint32_t Crc(uint32_t reg, const uint8_t* src, size_t len) {
+    if (len < 4) return kBytewise(reg, src, len);
     if (len < 16) return Short(reg, src, len);
     const __m128i front = Swap(RegisterInFront(reg));
     __m128i x;
@@ -158,12 +182,17 @@ struct Folder {
         len -= 64;
       } else {
         __m128i w[8];
+#if ZELDC_VPCLMUL
+        FoldWide(front, &src, &len, w);
+#else
+        __m128i w[8];
         for (int i = 0; i < 8; ++i) w[i] = LoadBlock(src + 16 * i);
         w[0] = _mm_xor_si128(w[0], front);
         const __m128i by128 = MoveBy<128 * 8>();
         for (src += 128, len -= 128; len >= 128; src += 128, len -= 128) {
           for (int i = 0; i < 8; ++i) w[i] = Fold(w[i], by128, LoadBlock(src + 16 * i));
         }
+#endif
         const __m128i by64 = MoveBy<128 * 4>();
         for (int i = 0; i < 4; ++i) v[i] = Fold(w[i], by64, w[i + 4]);
       }
@@ -182,14 +211,16 @@ struct Folder {
 
 }  // namespace
 
-uint32_t ownCrc32(uint32_t reg, const uint8_t* src, size_t len) { return Folder<kPolyCrc32, true>::Crc(reg, src, len); }
+uint32_t ownCrc32(uint32_t reg, const uint8_t* src, size_t len) {
+  return Folder<kPolyCrc32, true, ownCrc32Portable>::Crc(reg, src, len);
+}
 
 uint32_t ownCrc32c(uint32_t reg, const uint8_t* src, size_t len) {
-  return Folder<kPolyCrc32c, true>::Crc(reg, src, len);
+  return Folder<kPolyCrc32c, true, ownCrc32cPortable>::Crc(reg, src, len);
 }
 
 uint32_t ownCrc32Bzip2(uint32_t reg, const uint8_t* src, size_t len) {
-  return Folder<kPolyCrc32, false>::Crc(reg, src, len);
+  return Folder<kPolyCrc32, false, ownCrc32Bzip2Portable>::Crc(reg, src, len);
 }
 
 #endif
