@@ -185,7 +185,6 @@ struct Folder {
 #if ZELDC_VPCLMUL
         FoldWide(front, &src, &len, w);
 #else
-        __m128i w[8];
         for (int i = 0; i < 8; ++i) w[i] = LoadBlock(src + 16 * i);
         w[0] = _mm_xor_si128(w[0], front);
         const __m128i by128 = MoveBy<128 * 8>();
