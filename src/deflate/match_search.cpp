@@ -37,12 +37,14 @@ void Sweep(EncoderState* s, uint32_t pos) {
   s->nextSweep = pos + kSweepInterval;
 }
 
+bool IsSweepDue(const EncoderState* s, uint32_t pos) { return static_cast<int32_t>(s->nextSweep - pos) <= 0; }
+
 // Runs the level's kernel up to `stop`, with the sweeps that fall due.
 void Run(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
   EncoderState* s = x->state;
   while (x->i < stop && x->pair < x->pairEnd) {
     const uint32_t pos = x->posBase + static_cast<uint32_t>(x->i);
-    if (static_cast<int32_t>(s->nextSweep - pos) <= 0) Sweep(s, pos);
+    if (IsSweepDue(s, pos)) Sweep(s, pos);
     const ptrdiff_t due = x->i + static_cast<ptrdiff_t>(s->nextSweep - pos);
     const ptrdiff_t until = due < stop ? due : stop;
     if (s->level == zelLZ77LevelFast) {
@@ -93,6 +95,8 @@ void SearchBehindHistory(Search* x, const uint8_t* src, int32_t n, ptrdiff_t sea
 
 // Searches the call's n bytes and enters what was consumed into the history; answers how many bytes that is.
 int32_t SearchCall(EncoderState* s, const uint8_t* src, int32_t n, zelLZ77Pair** pairs, int32_t room, bool fullFlush) {
+  // Calls that are too short to search move on, too.
+  if (IsSweepDue(s, s->tablePos)) Sweep(s, s->tablePos);
   // The last two or three bytes are literals, and no match covers them.
   const ptrdiff_t searchEnd = n - (s->level == zelLZ77LevelBest ? 3 : 2);
   Search x{};
