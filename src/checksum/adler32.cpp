@@ -96,7 +96,7 @@ ZELDC_ALWAYS_INLINE Sums AddShort(Sums s, const uint8_t* src, size_t len) {
   return s;
 }
 
-ZELDC_ALWAYS_INLINE uint64_t SumWideLanes(__m256i v) {
+uint64_t SumWideLanes(__m256i v) {
   uint64_t lanes[4];
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes), v);
   return lanes[0] + lanes[1] + lanes[2] + lanes[3];
@@ -106,7 +106,8 @@ ZELDC_ALWAYS_INLINE uint64_t SumWideLanes(__m256i v) {
 constexpr size_t kMostBlocks = size_t{1} << 15;
 static_assert(4ull * 255 * 63 * kMostBlocks < (1ull << 32));
 
-// Adds blocks of 64 bytes, `len` in all, at most kMostBlocks. Beyond kStretch the sums are reduced.
+// Adds blocks of 64 bytes, `len` in all: at most kStretch, or, if kLong, kMostBlocks; then the sums are reduced.
+template <bool kLong>
 ZELDC_ALWAYS_INLINE Sums AddBlocks(Sums s, const uint8_t* src, size_t len) {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i ones = _mm256_set1_epi16(1);
@@ -130,7 +131,7 @@ ZELDC_ALWAYS_INLINE Sums AddBlocks(Sums s, const uint8_t* src, size_t len) {
     weighted = _mm256_add_epi32(weighted, _mm256_madd_epi16(w, ones));
   }
   const __m256i blocks = _mm256_add_epi64(_mm256_slli_epi64(first, 5), _mm256_slli_epi64(before, 6));
-  if (len <= kStretch) {
+  if constexpr (!kLong) {
     s.b += s.a * static_cast<uint32_t>(len) + SumLanes(_mm256_add_epi32(weighted, blocks));
     s.a += SumLanes(bytes);
     return s;
@@ -142,29 +143,33 @@ ZELDC_ALWAYS_INLINE Sums AddBlocks(Sums s, const uint8_t* src, size_t len) {
   return {static_cast<uint32_t>(a % kModulus), static_cast<uint32_t>(b % kModulus)};
 }
 
+// Adds up to kStretch bytes.
+ZELDC_ALWAYS_INLINE Sums AddStretch(Sums s, const uint8_t* src, size_t len) {
+  if (len >= 64) s = AddBlocks<false>(s, src, len & ~size_t{63});
+  if (len & 63) s = AddShort(s, src + (len & ~size_t{63}), len & 63);
+  return s;
+}
+
+ZELDC_NOINLINE uint32_t AdlerOfLong(Sums s, const uint8_t* src, size_t len) {
+  // Long inputs gain by loads that do not straddle cache lines.
+  const size_t head = (0 - reinterpret_cast<uintptr_t>(src)) & 31;
+  if (head > 0) s = AddShort(s, src, head);
+  src += head;
+  len -= head;
+  while (len >= 64) {
+    const size_t n = len < kMostBlocks * 64 ? len & ~size_t{63} : kMostBlocks * 64;
+    s = AddBlocks<true>(s, src, n);
+    src += n;
+    len -= n;
+  }
+  return Join(AddStretch(s, src, len));
+}
+
 }  // namespace
 
 uint32_t ownAdler32(uint32_t value, const uint8_t* src, size_t len) {
-  Sums s{value & 0xFFFF, value >> 16};
-  if (len >= 1024) {
-    // Long inputs gain by loads that do not straddle cache lines.
-    const size_t head = (0 - reinterpret_cast<uintptr_t>(src)) & 31;
-    if (head > 0) s = AddShort(s, src, head);
-    src += head;
-    len -= head;
-    // What is left at the end, with the head, is at most kStretch bytes.
-    while (len > kStretch - 64) {
-      const size_t n = len < kMostBlocks * 64 ? len & ~size_t{63} : kMostBlocks * 64;
-      s = AddBlocks(s, src, n);
-      s.a %= kModulus;
-      s.b %= kModulus;
-      src += n;
-      len -= n;
-    }
-  }
-  if (len >= 64) s = AddBlocks(s, src, len & ~size_t{63});
-  if (len & 63) s = AddShort(s, src + (len & ~size_t{63}), len & 63);
-  return Join(s);
+  const Sums s{value & 0xFFFF, value >> 16};
+  return len <= 2048 ? Join(AddStretch(s, src, len)) : AdlerOfLong(s, src, len);
 }
 
 #else
