@@ -63,14 +63,11 @@ ZELDC_ALWAYS_INLINE void CopyWide(uint8_t* out, const uint8_t* from, size_t len)
   }
 }
 
-// A match with room behind: writes up to kCopySlack bytes too many.
-ZELDC_ALWAYS_INLINE void CopyMatchWide(uint8_t* out, size_t distance, size_t len) {
+// A match from less than 16 bytes back, with room behind: writes up to kCopySlack bytes too many. Not inlined: the
+// loops that call it have no registers to spare.
+ZELDC_NOINLINE inline void CopyNear(uint8_t* out, size_t distance, size_t len) {
   const uint8_t* from = out - distance;
   uint8_t* const end = out + len;
-  if (ZELDC_LIKELY(distance >= 16)) {
-    CopyWide(out, from, len);
-    return;
-  }
 #if ZELDC_SSSE3
   // A vector that repeats the distance's bytes; each step goes on by as many whole repetitions as fit it.
   alignas(16) static constexpr struct Patterns {
@@ -105,6 +102,15 @@ ZELDC_ALWAYS_INLINE void CopyMatchWide(uint8_t* out, size_t distance, size_t len
     *out++ = *from++;
   } while (out < end);
 #endif
+}
+
+// Any match, likewise.
+ZELDC_ALWAYS_INLINE void CopyMatchWide(uint8_t* out, size_t distance, size_t len) {
+  if (ZELDC_LIKELY(distance >= 16)) {
+    CopyWide(out, out - distance, len);
+  } else {
+    CopyNear(out, distance, len);
+  }
 }
 
 }  // namespace zeldc

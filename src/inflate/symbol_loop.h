@@ -232,7 +232,7 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
       } else if (start < 0) {
         CopyMatchThroughHistory(sink->state, outStart, out, distance, length);
       } else {
-        CopyMatchWide(out, distance, length);
+        CopyNear(out, distance, length);
       }
       out += length;
     } else {
