@@ -114,12 +114,11 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
       *out++ = static_cast<uint8_t>(e >> 16);
     }
   };
-  // The next entry. With 64 bits it is looked up before the refill, which then is not in the way of its latency: at
-  // every such place there are bits left for an index. With 32 bits a refill is good for one code only.
+  // The next entry, looked up before the refill, which then is not in the way of its latency: at every such place there
+  // are bits left for an index.
   auto lookUpAndRefill = [&](const DecodeEntry* table, BitWord mask) ZELDC_LAMBDA_INLINE {
-    if constexpr (kWordBits == 32) refill();
     const DecodeEntry next = table[bits & mask];
-    if constexpr (kWordBits == 64) refill();
+    refill();
     return next;
   };
   // Takes a literal or length off the bits and looks up what follows it, in either table, before it is known which of
@@ -128,20 +127,20 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
   DecodeEntry nextDistance = 0;
   auto step = [&](DecodeEntry e) ZELDC_LAMBDA_INLINE {
     consume(e);
-    if constexpr (kWordBits == 32) {
-      refill();
-    }
     nextLitLen = litLen[bits & litLenMask];
     nextDistance = distances[bits & distanceMask];
     __asm__ volatile("" : "+r"(nextLitLen), "+r"(nextDistance));  // here, and not where they are needed
+    // With 32 bits each symbol needs a refill. The look-ups come before it: they may use all bits of the word, of which
+    // the longest symbol, 15 + 5 bits, leaves 12, whatever the count says.
+    if constexpr (kWordBits == 32) refill();
   };
 
   unsigned unread = 0;  // bits of the last symbol that are to be taken back
   refill();
   DecodeEntry e = litLen[bits & litLenMask];
   while (src < srcFastEnd && out < outFastEnd) {
-    // Of 56 bits, two literals (2 x 11) and a length (15 + 5) leave 14 for an index (11 or 8), and so do a third literal,
-    // and a distance (15 + 13) after its own refill.
+    // Of 56 bits, two literals (2 x 11) and a length (15 + 5) leave 14 for an index (11 or 8), and so do a third
+    // literal, and a distance (15 + 13) after its own refill.
     BitWord before = bits;
     step(e);
     if (e & kEntryLiteral) {
