@@ -96,11 +96,17 @@ void ExpectDecodes(const StreamBuilder& built, const DecodeOptions& options) {
 }
 
 void ExpectMalformed(const StreamBuilder& built, const DecodeOptions& options) {
-  const Decoded got = DecodeOnBothPaths(built.stream(), options);
-  EXPECT_EQ(got.status, zelErrSize);
-  EXPECT_EQ(got.data, built.output());
-  // The oracle is no more lenient.
-  EXPECT_FALSE(InflateWithZlib(built.stream(), options.max_output, options.dictionary).complete);
+  // Near the input's end, and with plenty behind, where decoders go by other ways.
+  StreamBuilder with_more = built;
+  with_more.Raw(RandomBytes(100, 1));
+  for (const Bytes& stream : {built.stream(), with_more.stream()}) {
+    SCOPED_TRACE(testing::Message() << "a stream of " << stream.size() << " bytes");
+    const Decoded got = DecodeOnBothPaths(stream, options);
+    EXPECT_EQ(got.status, zelErrSize);
+    EXPECT_EQ(got.data, built.output());
+    // The oracle is no more lenient.
+    EXPECT_FALSE(InflateWithZlib(stream, options.max_output, options.dictionary).complete);
+  }
 }
 
 }  // namespace zeldc_test

@@ -10,6 +10,13 @@ namespace {
 // 'a' has 1 bit, the block's end and length 3 have 2.
 Lengths SmallLitLens() { return MakeLengths(258, {{'a', 1}, {256, 2}, {257, 2}}); }
 
+// All 288 symbols: literals with 9 bits, the others with 6.
+Lengths AllSymbols() {
+  Lengths lengths(288, 9);
+  for (size_t i = 256; i < 288; ++i) lengths[i] = 6;
+  return lengths;
+}
+
 // Whatever the stream holds: one outcome for all splits and both paths, and one that the contract knows.
 void ExpectOneOutcome(const StreamBuilder& s) {
   DecodeOptions options;
@@ -112,10 +119,8 @@ TEST(InflateHostile, LongCodesForSymbolsThatMayNotOccur) {
 }
 
 TEST(InflateHostile, AllCountsAtTheirLargest) {
-  Lengths lit_len(288, 9), distance(32, 5);
-  for (size_t i = 256; i < 288; ++i) lit_len[i] = 6;
   StreamBuilder s;
-  s.Dynamic(lit_len, distance, kLast).Literals("all of them").Match(258, 11).Match(3, 200).End();
+  s.Dynamic(AllSymbols(), Lengths(32, 5), kLast).Literals("all of them").Match(258, 11).Match(3, 200).End();
   ExpectDecodes(s);
 }
 
@@ -236,6 +241,8 @@ TEST(InflateHostile, LeadingRepeatRepeatsZero) {
     const uint32_t zeros = 97 - (3 + extra);
     header.items = {{16, extra}, {18, zeros - 11}, {1}, {18, 138 - 11}, {18, 20 - 11}, {1}, {0}};
     StreamBuilder s;
+    // The lengths of the block before are not what is repeated.
+    s.Dynamic(AllSymbols(), Lengths(32, 5)).Literals("before").End();
     s.Dynamic(header, MakeLengths(257, {{'a', 1}, {256, 1}}), {0}, kLast).Literals("aaa").End();
     ExpectDecodes(s);
   }
@@ -271,6 +278,17 @@ TEST(InflateHostile, RepeatPastTheLargestArrayStopsThere) {
     s.Dynamic(header, MakeLengths(288, {{'a', 1}, {256, 1}}), distance, kLast).Literals("aaa").End();
     ExpectDecodes(s);
   }
+}
+
+TEST(InflateHostile, RepeatAtTheFirstDistanceRepeatsTheLastLength) {
+  // The lengths are one row: the first item of the distances repeats what 257 has.
+  DynamicHeader header = SmallHeader();
+  header.lit_len_codes = 258;
+  header.distance_codes = 4;
+  header.items = {{18, 97 - 11}, {1}, {18, 138 - 11}, {18, 20 - 11}, {2}, {2}, {16, 0}, {2}};
+  StreamBuilder s;
+  s.Dynamic(header, SmallLitLens(), {2, 2, 2, 2}, kLast).Literals("aaaa").Match(3, 2).Match(3, 4).End();
+  ExpectDecodes(s);
 }
 
 TEST(InflateHostile, CodeLengthCodeThatIsIncomplete) {
@@ -406,6 +424,28 @@ TEST(InflateHostile, ChainOfEmptyStoredAndFixedBlocks) {
   for (int i = 0; i < 3000; ++i) s.Stored({}).Fixed().End();
   s.Fixed(kLast).Literals("done").End();
   ExpectDecodes(s);
+}
+
+TEST(InflateHostile, ADecoderForAnotherTypeThanAnnouncedStaysInBounds) {
+  // Old memory stands where a dynamic block's tables will be.
+  for (const uint8_t fill : Bytes{0x00, 0xFF, 0x5A}) {
+    for (uint8_t header = 0; header < 6; ++header) {
+      const DecoderRecord record(fill);
+      Bytes stream = RandomBytes(200, header);
+      stream[0] = static_cast<uint8_t>((stream[0] & 0xF8) | header);
+      const GuardedBuffer input(stream), output(500);
+      const uint8_t* source = input.data();
+      uint8_t* dst = output.data();
+      int32_t size = 200, room = 500, type = -1;
+      ASSERT_EQ(zelsDecodeLZ77GetBlockType_8u(&source, &size, &type, record.get()), zelOk);
+      const zelStatus status = type == zelLZ77HuffDynamic
+                                   ? zelsDecodeLZ77FixedHuffFull_8u(&source, &size, &dst, &room, 0, record.get())
+                                   : zelsDecodeLZ77DynamicHuffFull_8u(&source, &size, &dst, &room, 0, record.get());
+      EXPECT_TRUE(status == zelErrSize || status == zelErr || status == zelOk || status == zelWarnStreamEnd ||
+                  status == zelWarnDstFull || status == zelWarnSrcShort)
+          << status;
+    }
+  }
 }
 
 TEST(InflateHostile, OutputStopsAtTheRoomWhateverTheStreamWants) {

@@ -469,6 +469,31 @@ TEST(InflateHuffman, TheStreamsEndIsFoundToTheByte) {
   }
 }
 
+TEST(InflateHuffman, BehindTheStreamsEndTheNextBitsAreTheNextBytes) {
+  // The bits that fill the last byte are dropped, so that the next header is read from the byte behind.
+  for (const Path path : {Path::kBytes, Path::kPairs}) {
+    for (uint32_t filling = 0; filling < 64; filling += 9) {
+      StreamBuilder s;
+      s.Fixed(kLast).End().Bits(filling, 6).Bits(5, 3);
+      const Bytes stream = s.stream();
+      const DecoderRecord record;
+      const uint8_t* source = stream.data();
+      int32_t size = 3, room = 1, type = -1;
+      uint8_t byte;
+      uint8_t* dst = &byte;
+      zelLZ77Pair pair;
+      zelLZ77Pair* next = &pair;
+      ASSERT_EQ(path == Path::kBytes ? zelsDecodeLZ77FixedHuffFull_8u(&source, &size, &dst, &room, 0, record.get())
+                                     : zelsDecodeLZ77FixedHuff_8u(&source, &size, &next, &room, 0, record.get()),
+                zelWarnStreamEnd);
+      ASSERT_EQ(size, 1);
+      EXPECT_EQ(zelsDecodeLZ77GetBlockType_8u(&source, &size, &type, record.get()), zelOk);
+      EXPECT_EQ(type, zelLZ77HuffDynamic);
+      EXPECT_EQ(size, 0);
+    }
+  }
+}
+
 TEST(InflateHuffman, AStreamWithoutALastBlockWaitsForMore) {
   StreamBuilder s;
   s.Fixed().Literals("abc").End();
