@@ -81,7 +81,7 @@ struct EncoderState : zelLZ77State {
   int32_t level;        // zelLZ77Level, normalised
   int32_t srcRemain;    // bytes of the last zelsEncodeLZ77_8u call not yet consumed
   int32_t lastFlush;    // its zelLZ77FlushMode
-  int32_t historyPos;   // running position of the next byte, counting the dictionary
+  uint32_t historyPos;  // running position of the next byte, counting the dictionary
   uint32_t checksum;    // running value over all consumed bytes, started from 0
   Wide totalIn;         // bytes consumed
   uint32_t tablePos;    // position of the next byte as the tables count it

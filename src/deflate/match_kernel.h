@@ -46,9 +46,13 @@ inline constexpr uint32_t kPositionMask = kWindowSize - 1;
 
 inline uint32_t Smaller(ptrdiff_t a, ptrdiff_t b) { return static_cast<uint32_t>(a < b ? a : b); }
 
+// How far back bytes may be looked at from byte i, cut at a window.
+inline ptrdiff_t Reach(const Search* x, ptrdiff_t i) { return i >= kWindowSize ? kWindowSize : i - x->oldest; }
+
 // How far back a match at byte i may start, and how long it may be.
 inline uint32_t MaxDistance(const Search* x, ptrdiff_t i) {
-  return i > x->oldest ? Smaller(kMaxDistance - 1, i - x->oldest) : 0;
+  const ptrdiff_t reach = Reach(x, i);
+  return reach > 0 ? Smaller(kMaxDistance - 1, reach) : 0;
 }
 inline uint32_t MaxLength(const Search* x, ptrdiff_t i) {
   return x->matchEnd > i ? Smaller(kMaxMatch, x->matchEnd - i) : 0;

@@ -45,8 +45,9 @@ void Run(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
   while (x->i < stop && x->pair < x->pairEnd) {
     const uint32_t pos = x->posBase + static_cast<uint32_t>(x->i);
     if (IsSweepDue(s, pos)) Sweep(s, pos);
-    const ptrdiff_t due = x->i + static_cast<ptrdiff_t>(s->nextSweep - pos);
-    const ptrdiff_t until = due < stop ? due : stop;
+    // Sums of positions and more may overflow a 32-bit ptrdiff_t at the end of the largest calls, differences do not.
+    const ptrdiff_t due = static_cast<ptrdiff_t>(s->nextSweep - pos);
+    const ptrdiff_t until = due < stop - x->i ? x->i + due : stop;
     if (s->level == zelLZ77LevelFast) {
       SearchFast(x, base, until, readEnd);
     } else if (s->level == zelLZ77LevelNormal) {
@@ -107,7 +108,10 @@ int32_t SearchCall(EncoderState* s, const uint8_t* src, int32_t n, zelLZ77Pair**
   x.matchEnd = searchEnd;
   x.oldest = -ptrdiff_t{s->historyFill < kWindowSize ? s->historyFill : kWindowSize};
   // Position 0 of a stream is no match source for a full flush.
-  if (fullFlush && 1 - ptrdiff_t{s->historyPos} > x.oldest) x.oldest = 1 - ptrdiff_t{s->historyPos};
+  if (fullFlush && s->historyPos <= kWindowSize) {
+    const ptrdiff_t one = 1 - static_cast<ptrdiff_t>(s->historyPos);
+    if (one > x.oldest) x.oldest = one;
+  }
 
   if (s->historyFill > 0) SearchBehindHistory(&x, src, n, searchEnd);
   const ptrdiff_t inHistory = s->historyFill > 0 ? x.i : 0;
@@ -168,8 +172,8 @@ extern "C" zelStatus zelsEncodeLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, zelLZ7
   if (*pSrcLen < 0) return zelErrSize;
   if (!*ppSrc && *pSrcLen > 0) return zelErrNullPtr;
   EncoderState* s = Encoder(pState);
-  // Keeps the running position below 2^31; the tables count modulo 2^16 anyway.
-  if (s->historyPos > INT32_MAX - *pSrcLen) s->historyPos &= kWindowSize - 1;
+  // Keeps the running position within its 32 bits; the tables count modulo 2^16 anyway.
+  if (s->historyPos > uint32_t{INT32_MAX} - static_cast<uint32_t>(*pSrcLen)) s->historyPos &= kWindowSize - 1;
   s->srcRemain = *pSrcLen;
   s->lastFlush = flush;
   if (*pPairsLen == 0) return zelWarnDstFull;
@@ -185,7 +189,7 @@ extern "C" zelStatus zelsEncodeLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, zelLZ7
     s->checksum = ~ownCrc32(~s->checksum, *ppSrc, static_cast<size_t>(consumed));
   }
   s->totalIn.Set(s->totalIn.Get() + static_cast<uint32_t>(consumed));
-  s->historyPos = fullFlush ? 0 : s->historyPos + consumed;
+  s->historyPos = fullFlush ? 0 : s->historyPos + static_cast<uint32_t>(consumed);
   s->srcRemain -= consumed;
   *ppSrc += consumed;
   *pSrcLen -= consumed;

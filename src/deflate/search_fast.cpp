@@ -144,10 +144,10 @@ void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEn
     const ptrdiff_t end = stop - i < kStretch ? stop : i + kStretch;
     const ptrdiff_t hashEnd = readEnd - 2 - end < kMaxMatch ? readEnd - 2 : end + kMaxMatch;
     ComputeHashes(base + i, hashEnd - i, readEnd - i, hashes);
-    const Stretch t{base, hashes, i, x->state->tables.fast.head, x->posBase, x->oldest};
+    const Stretch t{base, hashes, i, x->state->tables.fast.head, x->posBase, i - Reach(x, i)};
     const ptrdiff_t wideEnd = end < readEnd - 8 ? end : readEnd - 8;
-    x->i = i - x->oldest >= kMaxDistance ? RunStretch<true, true>(x, t, i, wideEnd)
-                                         : RunStretch<true, false>(x, t, i, wideEnd);
+    x->i = Reach(x, i) >= kMaxDistance ? RunStretch<true, true>(x, t, i, wideEnd)
+                                       : RunStretch<true, false>(x, t, i, wideEnd);
     // The last few positions of a call, without reading behind it.
     if (x->i < end) x->i = RunStretch<false, false>(x, t, x->i, end);
   }

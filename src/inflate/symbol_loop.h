@@ -243,12 +243,12 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
 
   // Back to the first bit of the symbol that was not decoded, as a position behind in->src.
   sink->out = out;
-  const ptrdiff_t position = 8 * (src - in->src) - static_cast<ptrdiff_t>((count & (kWordBits - 1)) + unread);
+  const int64_t position = 8 * int64_t{src - in->src} - static_cast<int64_t>((count & (kWordBits - 1)) + unread);
   if (position < 0) {
     in->count = static_cast<uint32_t>(-position);
     in->bits = heldBits >> (heldCount - in->count);
   } else {
-    in->src += (position + 7) >> 3;
+    in->src += static_cast<ptrdiff_t>((position + 7) >> 3);
     in->count = static_cast<uint32_t>(-position & 7);
     in->bits = in->count ? static_cast<uint64_t>(in->src[-1] >> (8 - in->count)) : 0;
   }
