@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "deflate/calls.h"
 #include "deflate/search_model.h"
@@ -20,6 +21,7 @@ struct Splits {
   uint64_t seed = 0;        // not 0: random sizes up to these
   Bytes dictionary = {};
   bool full_flush_at_end = false;
+  std::vector<size_t> first_calls = {};  // bytes of the first calls, whatever the others get
 };
 
 // Runs record and model side by side.
@@ -35,9 +37,11 @@ testing::AssertionResult SamePairs(zelLZ77Level level, const Bytes& input, const
     model->SetDictionary(splits.dictionary);
   }
   Random random(splits.seed);
-  for (size_t done = 0; done < input.size();) {
-    const size_t most = std::min(splits.piece, input.size() - done);
-    const size_t given = splits.seed == 0 ? most : Uniform(random, 1, most);
+  size_t call = 0;
+  for (size_t done = 0; done < input.size(); ++call) {
+    const bool is_set = call < splits.first_calls.size();
+    const size_t most = std::min(is_set ? splits.first_calls[call] : splits.piece, input.size() - done);
+    const size_t given = splits.seed == 0 || is_set ? most : Uniform(random, 1, most);
     const size_t most_room = std::min(splits.room, given + 1);
     const size_t room = splits.seed == 0 ? most_room : Uniform(random, 1, most_room);
     const bool is_full = splits.full_flush_at_end && done + given == input.size();
@@ -190,6 +194,35 @@ TEST_P(MatchSearch, Dictionaries) {
     EXPECT_TRUE(SamePairs(level(), input, {.dictionary = dictionary})) << size;
     EXPECT_TRUE(SamePairs(level(), input, {.piece = 700, .dictionary = dictionary})) << size;
     EXPECT_TRUE(SamePairs(level(), Periodic(size, 50, size), {.dictionary = Periodic(size, 50, size)})) << size;
+  }
+}
+
+// The tables' positions move on in calls that are too short to be searched, past the moment for a sweep.
+TEST_P(MatchSearch, CallsTooShortToSearchBeforeOneThatIsNot) {
+  for (size_t tiny : {1, 2, 3}) {
+    for (size_t before : {31998, 32000, 32767, 32768, 32769, 33100, 64300, 65536, 65800}) {
+      Bytes input = SmallAlphabet(before, 4, before);
+      const Bytes repeated = Text(700, tiny);
+      input.insert(input.end(), repeated.begin(), repeated.end());
+      input.insert(input.end(), repeated.begin(), repeated.end());
+      input.insert(input.end(), 600, 0);
+      Splits splits;
+      splits.first_calls.assign(before / tiny, tiny);
+      EXPECT_TRUE(SamePairs(level(), input, splits)) << tiny << " " << before;
+    }
+  }
+}
+
+TEST_P(MatchSearch, CallsTooShortToSearchBehindAFullDictionary) {
+  for (size_t size : {31997, 32000, 32765, 32766, 32767, 32768}) {
+    for (size_t tiny : {1, 2, 3}) {
+      Splits splits;
+      splits.dictionary = SmallAlphabet(size, 4, size);
+      splits.first_calls = {tiny, tiny};
+      EXPECT_TRUE(
+          SamePairs(level(), ToBytes("Qxyz, and once more: Qxyz, the end of it, once more: the end of it"), splits))
+          << size << " " << tiny;
+    }
   }
 }
 
