@@ -156,7 +156,7 @@ TEST_P(HuffmanWriterTest, RandomPairsComeBack) {
 TEST_P(HuffmanWriterTest, BlocksFollowEachOtherWithinAByte) {
   Bytes stream;
   std::vector<Pairs> all;
-  for (uint64_t i = 0; i < 40; ++i) {
+  for (size_t i = 0; i < 40; ++i) {
     all.push_back(SomePairs(i, i));
     if (i == 39) EndInput(record());
     const Written written = WriteWhole(writer(), record(), all.back(), i == 39 ? zelLZ77FlushFinal : zelLZ77FlushNone);
