@@ -142,6 +142,8 @@ zelStatus DecodeToBytes(int32_t blockType, const uint8_t** ppSrc, int32_t* pSrcL
   BitReader in(s->bitBuffer.Get(), s->bitCount, *ppSrc, static_cast<size_t>(*pSrcLen));
   ByteSink sink{*ppDst, *ppDst, *ppDst + *pDstLen, s};
   if (s->pendingLen > 0) {
+    // The pair path may have left a match behind that reaches further.
+    if (static_cast<size_t>(s->pendingDist) > HistorySize(s)) return zelErrSize;
     const int32_t n = s->pendingLen < *pDstLen ? s->pendingLen : *pDstLen;
     CopyMatchThroughHistory(s, sink.outStart, sink.out, static_cast<size_t>(s->pendingDist), static_cast<size_t>(n));
     sink.out += n;
