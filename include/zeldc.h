@@ -6,8 +6,8 @@
  * Conventions of every function:
  *  - The result is a zelStatus: 0 success, negative an error, positive a warning after which the call may be
  *    repeated with more input or more room.
- *  - Arguments are checked before anything is read or written: pointers in argument order, then lengths, then
- *    modes, then misuse of a state. A call that answers an error because of its arguments has changed nothing.
+ *  - Arguments are checked before anything is read or written: as a rule pointers, then lengths, then modes, then
+ *    misuse of a state. A call that answers an error because of its arguments has changed nothing.
  *  - In/out arguments (ppSrc and pSrcLen, ppDst and pDstLen, ppPairs and pPairsLen) say on return what is left:
  *    the pointer stands behind what was used, the count is what remains.
  *  - Coders keep their state in a record. ...GetSize... tells its size, ...Init... prepares memory of yours,

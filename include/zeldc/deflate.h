@@ -116,7 +116,7 @@ ZELDC_API zelStatus zelsEncodeLZ77SetStatus_8u(zelLZ77DeflateStatus status, zelL
  * ppPairs   [in,out] room for pairs, the record's array or any other; moved behind those written
  * pPairsLen [in,out] pairs that there is room for. The record's own position and count are not touched: the caller
  *                    hands them on with SetPairs.
- * flush              zelLZ77FlushFull: after the call the running position starts from 0 again, and position 0 of a
+ * flush              zelLZ77FlushFull: after a call with input the running position starts from 0 again, and position 0 of a
  *                    stream is no match source. Further calls find nothing before themselves; a record that goes on
  *                    should be Reset. Other modes only count for the block writers: the record remembers the last one.
  * pState    [in,out] the record
@@ -175,11 +175,12 @@ ZELDC_API zelStatus zelsEncodeLZ77SelectHuffMode_8u(const zelLZ77Pair* pPairs, i
  * zelOk             the block is written. Up to 7 bits stay in the record for the next block.
  * zelWarnStreamEnd  the last block is written
  * zelWarnDstFull    all room is filled and something is left to write
- * zelErrNullPtr     a pointer, *ppPairs or *ppDst is null; nothing changed
+ * zelErrNullPtr     a pointer or *ppDst is null, or *ppPairs is null with pairs to code; nothing changed
  * zelErrSize        *pDstLen or *pPairsLen is below 0, nothing changed; or a pair is neither a literal nor a match of
  *                   length 3..258 and distance 1..32768: the pairs before it may have been coded
  * zelErr            dynamic: a pair has no code, because it was not among the pairs that the block began with; the
- *                   pairs before it have been coded
+ *                   pairs before it have been coded. Either: pairs while no block is open, before
+ *                   SetStatus(zelLZ77StatusCoding) or behind the block's end; or a block that the other writer began
  */
 ZELDC_API zelStatus zelsEncodeLZ77FixedHuff_8u(zelLZ77Pair** ppPairs, int32_t* pPairsLen, uint8_t** ppDst,
                                                int32_t* pDstLen, zelLZ77FlushMode flush, zelLZ77State* pState);

@@ -186,7 +186,8 @@ ZELDC_API zelStatus zelsDecodeLZ77StoredHuff_8u(const uint8_t** ppSrc, int32_t* 
  * zelWarnDstFull    the room is filled, or there was none
  * zelErrNullPtr     a pointer, *ppSrc or *ppPairs is null; nothing changed
  * zelErrSize        a count is below 0, nothing changed; or a code that stands for no symbol
- * zelErr            the next block is of another type; its header has not been consumed
+ * zelErr            the next block is of another type; its header has not been consumed. Behind GetBlockType, which has
+ *                   consumed it, the caller sees to it that the decoder is the one for the type.
  */
 ZELDC_API zelStatus zelsDecodeLZ77FixedHuff_8u(const uint8_t** ppSrc, int32_t* pSrcLen, zelLZ77Pair** ppPairs,
                                                int32_t* pPairsLen, zelLZ77FlushMode flush, zelLZ77State* pLZ77State);
@@ -224,7 +225,7 @@ ZELDC_API zelStatus zelsDecodeLZ77DynamicHuffFull_8u(const uint8_t** ppSrc, int3
  * zelOk             all pairs are used
  * zelWarnStreamEnd  the same, and a Huffman block decoder has met the stream's end
  * zelWarnDstFull    the room is filled and pairs, or the rest of a match, are left
- * zelErrNullPtr     a pointer, *ppPairs or *ppDst is null; nothing changed
+ * zelErrNullPtr     a pointer is null, or *ppPairs or *ppDst is with pairs and room; nothing changed
  * zelErrSize        a count is below 0; nothing changed
  * zelErrBadData     a match starts before the history: *ppPairs stands on it, and what precedes it is written
  */
