@@ -134,6 +134,8 @@ ZELDC_API zelStatus zelsEncodeLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, zelLZ77
  * Tells which kind of block takes the fewest bits for the pairs, and keeps the answer until a block writer or
  * zelsEncodeLZ77_8u has run: until then further calls answer the same without looking at the pairs.
  *
+ * Ask before the block's first writer call: a code made in the midst of a block is not the block's.
+ *
  * A stored block is chosen only when it is strictly smaller than both others, a fixed one only when it is strictly
  * smaller than a dynamic one.
  *
@@ -204,7 +206,8 @@ ZELDC_API zelStatus zelsEncodeLZ77DynamicHuff_8u(zelLZ77Pair** ppPairs, int32_t*
  *
  * zelOk             the blocks are written
  * zelWarnStreamEnd  the same, with zelLZ77FlushFinal
- * zelWarnDstFull    all room is filled and something is left to write
+ * zelWarnDstFull    all room is filled and something is left to write; or a block begun by an earlier call is longer than
+ *                   what is left of the bytes
  * zelErrNullPtr     a pointer, *ppSrc or *ppDst is null; nothing changed
  * zelErrSize        *pSrcLen or *pDstLen is below 0; nothing changed
  */
@@ -218,7 +221,8 @@ ZELDC_API zelStatus zelsEncodeLZ77StoredBlock_8u(uint8_t** ppSrc, int32_t* pSrcL
  *
  * ppDst   [in,out] output; moved behind the bytes written. While room is left, the byte behind them is set to 0.
  * pDstLen [in,out] room left, in bytes
- * pState  [in,out] a record in status zelLZ77StatusFinal whose last block is written
+ * pState  [in,out] a record in status zelLZ77StatusFinal whose last block is written, with no writer call after its
+ *                  zelWarnStreamEnd
  *
  * zelOk           the trailer is written
  * zelWarnDstFull  the room is used up, perhaps by the trailer's very last byte: call again with more

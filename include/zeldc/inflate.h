@@ -17,7 +17,7 @@
  * so a limit on output is the caller's to set.
  *
  * Input is taken as far as it is needed. After zelWarnSrcShort all of it has been taken, and the bits of an unfinished
- * symbol wait in the record; otherwise at most 7 bits do. Bytes of the destination that are not counted as written may
+ * symbol wait in the record until a call goes on with it; otherwise at most 7 bits do. Bytes of the destination that are not counted as written may
  * hold scratch data.
  *
  * Malformed block data is zelErrSize. After an error the stream can't be resumed.
@@ -177,7 +177,8 @@ ZELDC_API zelStatus zelsDecodeLZ77StoredHuff_8u(const uint8_t** ppSrc, int32_t* 
  * ppPairs     [in,out] room for pairs; moved behind those written. A literal is (byte, 0), a match (3..258, 1..32768).
  * pPairsLen   [in,out] pairs that there is room for
  * flush                zelLZ77FlushSync or zelLZ77FlushFull: decode nothing; skip input up to and including the next
- *                      marker 00 00 FF FF that starts at a byte. Any other value decodes.
+ *                      marker 00 00 FF FF that starts at a byte. The block and a cut match stay as they were: to start
+ *                      afresh behind the marker, Reset the record. Any other value decodes.
  * pLZ77State  [in,out] the record
  *
  * zelOk             the block is complete, or the marker was found
