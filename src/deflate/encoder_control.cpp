@@ -77,7 +77,7 @@ zelStatus zelsEncodeLZ77SetDictionary_8u(const uint8_t* pDict, int32_t dictLen, 
   if (s->deflateStatus != zelLZ77StatusInit) return zelErr;
   const int32_t used = dictLen < kWindowSize ? dictLen : kWindowSize;
   ownsCopy_8u(pDict + (dictLen - used), s->history, used);
-  if (s->tablePos != 0) ClearMatchTables(s);  // what is known stands no longer in the history
+  if (s->tablePos != 0 || s->historyFill != 0) ClearMatchTables(s);  // what is known stands no longer in the history
   s->historyPos = static_cast<uint32_t>(used);
   s->historyFill = used;
   InsertDictionary(s);
