@@ -96,6 +96,44 @@ TEST(InflateRecord, OldMemoryNeverReachesTheOutput) {
   }
 }
 
+TEST(InflateRecord, OldMemoryReachesNoByteOfTheRoom) {
+  // The match ends where the history does; what a wide copy writes behind it is scratch, but not the record's secret.
+  for (const Path path : {Path::kBytes, Path::kPairs}) {
+    for (int before = 3; before < 60; ++before) {
+      StreamBuilder s;
+      s.Fixed();
+      for (int i = 0; i < before; ++i) s.Literal(i);
+      s.End().Fixed(kLast).Match(3, before < 20 ? before : 3).Match(5, 3).End().Raw(Bytes(100, 0));
+      Bytes rooms[2];
+      for (const int i : {0, 1}) {
+        const DecoderRecord record(i == 0 ? 0x00 : 0xEE);
+        const Bytes stream = s.stream();
+        const GuardedBuffer start(static_cast<size_t>(before)), room(600);
+        const uint8_t* source = stream.data();
+        int32_t size = static_cast<int32_t>(stream.size());
+        for (const GuardedBuffer* buffer : {&start, &room}) {
+          uint8_t* dst = buffer->data();
+          int32_t left = static_cast<int32_t>(buffer->size());
+          zelLZ77Pair pairs[100];
+          zelLZ77Pair* next = pairs;
+          int32_t pairs_left = 100;
+          if (path == Path::kBytes) {
+            ASSERT_GE(zelsDecodeLZ77FixedHuffFull_8u(&source, &size, &dst, &left, 0, record.get()), zelOk);
+          } else {
+            ASSERT_GE(zelsDecodeLZ77FixedHuff_8u(&source, &size, &next, &pairs_left, 0, record.get()), zelOk);
+            next = pairs;
+            int32_t count = 100 - pairs_left;
+            ASSERT_GE(zelsDecodeLZ77_8u(&next, &count, &dst, &left, 0, record.get()), zelOk);
+          }
+          ASSERT_EQ(buffer->size() - static_cast<size_t>(left), buffer == &start ? start.size() : 8u);
+        }
+        rooms[i] = room.ToBytes();
+      }
+      ASSERT_EQ(rooms[0], rooms[1]) << before;
+    }
+  }
+}
+
 TEST(InflateRecord, StandsAtAnyMultipleOfFour) {
   for (const Path path : {Path::kBytes, Path::kPairs}) {
     for (size_t shift = 0; shift <= 64; shift += 4) {

@@ -30,6 +30,26 @@ Lengths FixedLitLenLengths() {
 
 Lengths FixedDistanceLengths() { return Lengths(32, 5); }
 
+Lengths Staircase(size_t count, const std::vector<size_t>& symbols) {
+  Lengths lengths(count, 0);
+  for (size_t i = 0; i < 16; ++i) lengths.at(symbols.at(i)) = i < 15 ? static_cast<int>(i) + 1 : 15;
+  return lengths;
+}
+
+// 256 literals with 9 bits, 14 symbols with 5 and 16 with 8: all 286 symbols, complete.
+Lengths AllLitLens() {
+  Lengths lengths(286, 9);
+  for (size_t i = 0; i < 30; ++i) lengths[256 + i] = i < 14 ? 5 : 8;
+  return lengths;
+}
+
+// 2 distances with 4 bits and 28 with 5.
+Lengths AllDistances() {
+  Lengths lengths(30, 5);
+  lengths[0] = lengths[1] = 4;
+  return lengths;
+}
+
 std::vector<uint32_t> CanonicalCodes(const Lengths& lengths) {
   std::vector<uint32_t> codes(lengths.size(), 0);
   uint32_t code = 0;

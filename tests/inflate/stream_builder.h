@@ -24,6 +24,12 @@ Lengths MakeLengths(size_t count, std::initializer_list<std::pair<size_t, int>> 
 Lengths FixedLitLenLengths();
 Lengths FixedDistanceLengths();
 
+// Complete codes: of lengths 1, 2, ..., 15, 15 for the 16 given symbols; for all 286 literal/length symbols and all 30
+// distances that a stream may use.
+Lengths Staircase(size_t count, const std::vector<size_t>& symbols);
+Lengths AllLitLens();
+Lengths AllDistances();
+
 // The canonical codes for the lengths (RFC 1951 section 3.2.2). Of an over-subscribed set the surplus wraps.
 std::vector<uint32_t> CanonicalCodes(const Lengths& lengths);
 
