@@ -68,6 +68,7 @@ Outcome ShellTest::Run(const std::string& command) const {
 pid_t ShellTest::Start(const std::string& command, const std::string& name) const {
   const pid_t process = fork();
   if (process < 0) throw std::runtime_error("can't fork");
+  setpgid(process, process);  // whichever of the two comes first
   if (process == 0) {
     if (chdir(directory_.c_str()) != 0) _exit(127);
     Redirect("/dev/null", O_RDONLY, STDIN_FILENO);

@@ -29,7 +29,8 @@ class ShellTest : public testing::Test {
   Outcome Run(const std::string& command) const;
 
   // Starts one without waiting for it. Its standard streams are the test's own files `name.out` and `name.err` unless
-  // the command says otherwise; the answer is its process.
+  // the command says otherwise; the answer is its process,
+  // which leads a group of its own.
   pid_t Start(const std::string& command, const std::string& name) const;
   static Outcome Wait(pid_t process);
 

@@ -201,7 +201,7 @@ TEST_F(ZelgzipTerminal, ShowsTheProgressOfLongWork) {
     const bool shown =
         Eventually([this, before] { return terminal_.Text().find("MB/s", before) != std::string::npos; });
     EXPECT_TRUE(shown) << terminal_.Text();
-    kill(process, SIGTERM);
+    kill(-process, SIGTERM);  // the whole pipeline
     Wait(process);
   }
   EXPECT_NE(terminal_.Text().find("endless [ "), std::string::npos);
