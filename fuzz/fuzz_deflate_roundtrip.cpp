@@ -55,10 +55,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   options.split_seed = input.Byte();
   options.dictionary = Dictionary(input.Byte());
   const DecodeOptions split = ReadSplit(input, input.Byte() % 2 ? Path::kBytes : Path::kPairs);
-  // Small pieces cost time: the smaller they are, the less data.
-  const size_t smallest = std::min({options.input_piece, options.pairs_room, options.room, split.source_piece,
-                                    split.room, split.pairs_room, size_t{100}});
-  const Bytes data = ReadData(input, 400 * smallest);
+  // Small pieces cost time: the smaller they are, the less data. Small blocks in small rooms cost the most.
+  const size_t room = std::min<size_t>(options.room, 100), pairs = std::min<size_t>(options.pairs_room, 100);
+  const size_t piece = std::min({options.input_piece, split.source_piece, split.room, split.pairs_room, size_t{100}});
+  const Bytes data = ReadData(input, std::min(400 * piece, 20 * room * pairs));
 
   const Bytes stream = Encode(data, options);
   const Oracle oracle = InflateRaw(stream, data.size(), options.dictionary);
