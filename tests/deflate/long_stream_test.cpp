@@ -125,10 +125,9 @@ TEST_P(LongStream, OfMoreThan4GiBInManyCalls) {
 }
 
 TEST_P(LongStream, CallsOf2To31Bytes) {
-  if (sizeof(void*) == 4) GTEST_SKIP() << "no room for 2 GiB in a 32-bit address space";
   constexpr size_t kSize = 0x7FFFFFFF;
   void* const zeros = mmap(nullptr, kSize, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  ASSERT_NE(zeros, MAP_FAILED);
+  if (zeros == MAP_FAILED) GTEST_SKIP() << "no address space for 2 GiB";
   const Bytes zero(1000, 0);
   const EncoderRecord record(GetParam(), zelLZ77CheckCrc32);
   RepeatsReader reader(zero);
