@@ -2,8 +2,14 @@
 //
 // A block is a row of items: header bits, the pieces of the tree description, pairs, the end of the block, the marker's
 // bits. Each item is put only when less than a byte waits in the accumulator, so the largest, a pair of 48 bits, always
-// fits, and a block stops between items when its room is full. With plenty of room, pairs go out by one 64-bit store
-// each, without looking at the room. Bound by the instructions of the look-ups, some thirty a pair.
+// fits, and a block stops between items when its room is full. With plenty of room, pairs go out two at a time, mostly
+// by one 64-bit store. Bound by the instructions of the look-ups, some thirty a pair.
+//
+// The code of a dynamic block is the one for the pairs of its first call. Behind SelectHuffMode these are most likely
+// the pairs that the record has a code for. So that code is tried at once, while the pairs are counted; should the
+// counts differ, what was put is taken back, and the block is begun again with a code of its own.
+
+#include <string.h>
 
 #include "deflate/dynamic_code.h"
 #include "deflate/pair_codes.h"
@@ -44,44 +50,80 @@ struct PairSource {
   zelLZ77Pair* end;
 };
 
-// Puts pairs while there is room; zelWarnDstFull when some are left. kChecked: zelErrSize for a pair that is none,
-// zelErr for one without a code; else the caller knows that there is no such pair.
-template <bool kChecked>
+struct PairBits {
+  uint64_t bits;
+  uint32_t count;
+};
+
+ZELDC_ALWAYS_INLINE PairBits Encode(zelLZ77Pair pair, BitPiece piece, const DistanceCode& distance) {
+  const uint64_t distanceBits = distance.code | static_cast<uint64_t>(pair.distance - distance.base)
+                                                    << distance.codeBits;
+  return {PieceBits(piece) | distanceBits << PieceLength(piece), PieceLength(piece) + distance.allBits};
+}
+
+// zelErrSize for a pair that is none, zelErr for one without a code.
+ZELDC_ALWAYS_INLINE zelStatus Check(const PairPlace& at, BitPiece piece, const DistanceCode& distance) {
+  if (ZELDC_UNLIKELY(at.excess != 0 || (at.isMatch && at.distance == kNoDistance))) return zelErrSize;
+  if (ZELDC_UNLIKELY(PieceLength(piece) == 0 || (at.isMatch && distance.allBits == 0))) return zelErr;
+  return zelOk;
+}
+
+// Puts pairs while there is room; zelWarnDstFull when some are left.
 zelStatus PutPairs(const PairCodes& codes, PairSource* pairs, BitWriter* out) {
-  BitWriter w = *out;
-  zelLZ77Pair* next = pairs->next;
-  zelStatus status = zelOk;
-  for (; next < pairs->end; ++next) {
-    if (ZELDC_LIKELY(w.outEnd - w.out >= 8)) {
-      StoreLE(w.out, w.bits);
-      w.out += w.count >> 3;
-      w.bits >>= w.count & ~7u;
-      w.count &= 7;
-    } else if (!w.WriteBytes()) {
-      status = zelWarnDstFull;
-      break;
-    }
-    const zelLZ77Pair pair = *next;
+  for (; pairs->next < pairs->end; ++pairs->next) {
+    if (!out->WriteBytes()) return zelWarnDstFull;
+    const zelLZ77Pair pair = *pairs->next;
     const PairPlace at = PlaceOf(pair);
     const BitPiece piece = codes.piece[at.place];
-    const DistanceCode distance = codes.distance[at.distance];
-    if constexpr (kChecked) {
-      if (ZELDC_UNLIKELY(at.excess != 0 || (at.isMatch && at.distance == kNoDistance))) {
-        status = zelErrSize;
-        break;
-      }
-      if (ZELDC_UNLIKELY(PieceLength(piece) == 0 || (at.isMatch && distance.allBits == 0))) {
-        status = zelErr;
-        break;
-      }
+    const DistanceCode& distance = codes.distance[at.distance];
+    if (const zelStatus status = Check(at, piece, distance); status != zelOk) return status;
+    const PairBits p = Encode(pair, piece, distance);
+    out->Put(p.bits, p.count);
+  }
+  return zelOk;
+}
+
+// What is to be done about a pair that has no code.
+enum Doubt {
+  kNone,   // the caller knows that there is none
+  kCheck,  // stop before it
+  kCount,  // put anything, but count all pairs: the caller takes it back when the counts are wrong
+};
+
+// Puts pairs two at a time while there is plenty of room.
+template <Doubt kDoubt>
+void PutManyPairs(const PairCodes& codes, PairSource* pairs, BitWriter* out, PairCounter* counter) {
+  BitWriter w = *out;
+  zelLZ77Pair* next = pairs->next;
+  auto store = [&]() ZELDC_LAMBDA_INLINE {
+    StoreLE(w.out, w.bits);
+    w.out += w.count >> 3;
+    w.bits >>= w.count & ~7u;
+    w.count &= 7;
+  };
+  while (pairs->end - next >= 2 && w.outEnd - w.out >= 16) {
+    const PairPlace at0 = PlaceOf(next[0]);
+    const PairPlace at1 = PlaceOf(next[1]);
+    const BitPiece piece0 = codes.piece[at0.place];
+    const BitPiece piece1 = codes.piece[at1.place];
+    const DistanceCode& distance0 = codes.distance[at0.distance];
+    const DistanceCode& distance1 = codes.distance[at1.distance];
+    if constexpr (kDoubt == kCheck) {
+      if (Check(at0, piece0, distance0) != zelOk || Check(at1, piece1, distance1) != zelOk) break;
+    } else if constexpr (kDoubt == kCount) {
+      counter->Count(at0, 0);
+      counter->Count(at1, 1);
     }
-    const uint64_t distanceBits = distance.code | static_cast<uint64_t>(pair.distance - distance.base)
-                                                      << distance.codeBits;
-    w.Put(PieceBits(piece) | distanceBits << PieceLength(piece), PieceLength(piece) + distance.allBits);
+    const PairBits p0 = Encode(next[0], piece0, distance0);
+    const PairBits p1 = Encode(next[1], piece1, distance1);
+    next += 2;
+    store();
+    w.Put(p0.bits, p0.count);
+    if (ZELDC_UNLIKELY(p0.count + p1.count > 56)) store();
+    w.Put(p1.bits, p1.count);
   }
   pairs->next = next;
   *out = w;
-  return status;
 }
 
 void MakeDynamicCodes(const EncoderState* s, PairCodes* t) {
@@ -92,45 +134,85 @@ void MakeDynamicCodes(const EncoderState* s, PairCodes* t) {
   MakePairCodes(s->litLenLengths, litLenCodes, s->distanceLengths, distanceCodes, t);
 }
 
+// The rest of the tree description, as far as there is room; false when some is left.
+bool PutTreeDescription(EncoderState* s, BitWriter* out) {
+  for (; 8 * s->treeBytesTaken < s->treeBits; ++s->treeBytesTaken) {
+    if (!out->WriteBytes()) return false;
+    const int32_t left = s->treeBits - 8 * s->treeBytesTaken;
+    out->Put(s->tree[s->treeBytesTaken], static_cast<uint32_t>(left < 8 ? left : 8));
+  }
+  return true;
+}
+
+// Puts header, tree description and pairs with the code that the record holds, counting the pairs on the way. False,
+// with nothing put, when they turn out not to be the ones that the code was made from, or when the room is too small.
+bool PutBlockIfCodeFits(EncoderState* s, PairSource* pairs, BitWriter* out, bool final, PairCodes* codes) {
+  if (!s->codeBuilt) return false;
+  PairSource left = *pairs;
+  BitWriter w = *out;
+  if (!w.WriteBytes()) return false;
+  w.Put(4u | (final ? 1u : 0u), 3);
+  s->treeBytesTaken = 0;
+  if (!PutTreeDescription(s, &w)) return false;
+  MakeDynamicCodes(s, codes);
+  PairCounter counter;
+  PutManyPairs<kCount>(*codes, &left, &w, &counter);
+  if (left.end - left.next > 1) return false;
+  if (left.next < left.end) counter.Count(PlaceOf(*left.next), 0);
+  PairStatistics statistics;
+  if (!counter.Sum(static_cast<int32_t>(pairs->end - pairs->next), &statistics)) return false;
+  if (memcmp(&statistics, &s->statistics, sizeof(statistics)) != 0) return false;
+  if (PutPairs(*codes, &left, &w) != zelOk) return false;
+  *pairs = left;
+  *out = w;
+  return true;
+}
+
 // Everything of the block that there is room for, step by step.
-zelStatus WriteBlock(EncoderState* s, PairSource* pairs, BitWriter* out, zelLZ77FlushMode flush, bool dynamic) {
+zelStatus WriteBlock(EncoderState* s, PairSource* pairs, BitWriter* out, zelLZ77FlushMode flush, bool dynamic,
+                     bool chosen) {
   PairCodes dynamicCodes;
-  const PairCodes* codes = &kFixedCodes;
+  const PairCodes* codes = dynamic ? nullptr : &kFixedCodes;
   bool counted = false;  // all pairs of this call are in the code's statistics
 
   if (s->blockPhase == kPhaseHeader) {
     const bool final = (dynamic ? s->lastFlush : flush) == zelLZ77FlushFinal && s->srcRemain == 0;
-    if (dynamic) {
-      PairStatistics statistics;
-      if (!CountPairs(pairs->next, static_cast<int32_t>(pairs->end - pairs->next), &statistics)) return zelErrSize;
-      BuildDynamicCode(s, statistics);
-      s->treeBytesTaken = 0;
-      counted = true;
+    if (dynamic && chosen && PutBlockIfCodeFits(s, pairs, out, final, &dynamicCodes)) {
+      codes = &dynamicCodes;
+      s->blockStep = kStepPairs;
+    } else {
+      if (dynamic) {
+        PairStatistics statistics;
+        if (!CountPairs(pairs->next, static_cast<int32_t>(pairs->end - pairs->next), &statistics)) return zelErrSize;
+        BuildDynamicCode(s, statistics);
+        s->treeBytesTaken = 0;
+        counted = true;
+      }
+      if (!out->WriteBytes()) return zelWarnDstFull;
+      out->Put((dynamic ? 4u : 2u) | (final ? 1u : 0u), 3);
+      s->blockStep = dynamic ? kStepTreeDescription : kStepPairs;
     }
-    if (!out->WriteBytes()) return zelWarnDstFull;
-    out->Put((dynamic ? 4u : 2u) | (final ? 1u : 0u), 3);
     s->blockPhase = kPhaseOpen;
-    s->blockStep = dynamic ? kStepTreeDescription : kStepPairs;
   } else if (pairs->next < pairs->end && s->blockStep != kStepTreeDescription && s->blockStep != kStepPairs) {
     return zelErr;  // pairs behind the end of their block
   }
 
   if (s->blockStep == kStepTreeDescription) {
     if (!dynamic) return zelErr;
-    for (; 8 * s->treeBytesTaken < s->treeBits; ++s->treeBytesTaken) {
-      if (!out->WriteBytes()) return zelWarnDstFull;
-      const int32_t left = s->treeBits - 8 * s->treeBytesTaken;
-      out->Put(s->tree[s->treeBytesTaken], static_cast<uint32_t>(left < 8 ? left : 8));
-    }
+    if (!PutTreeDescription(s, out)) return zelWarnDstFull;
     s->blockStep = kStepPairs;
   }
   if (s->blockStep == kStepPairs) {
-    if (dynamic) {
+    if (codes == nullptr) {
       MakeDynamicCodes(s, &dynamicCodes);
       codes = &dynamicCodes;
     }
-    const zelStatus status = counted ? PutPairs<false>(*codes, pairs, out) : PutPairs<true>(*codes, pairs, out);
-    if (status != zelOk) return status;
+    if (counted) {
+      PutManyPairs<kNone>(*codes, pairs, out, nullptr);
+    } else {
+      PutManyPairs<kCheck>(*codes, pairs, out, nullptr);
+    }
+    if (const zelStatus status = PutPairs(*codes, pairs, out); status != zelOk) return status;
     if (!out->WriteBytes()) return zelWarnDstFull;
     out->Put(PieceBits(codes->endOfBlock), PieceLength(codes->endOfBlock));
     s->blockStep = flush == zelLZ77FlushSync || flush == zelLZ77FlushFull ? kStepMarkerBits : kStepDone;
@@ -172,10 +254,11 @@ zelStatus WriteHuffmanBlock(zelLZ77Pair** ppPairs, int32_t* pPairsLen, uint8_t**
     if (s->blockPhase != kPhaseHeader) s->blockPhase = kPhaseOpen;
     return zelWarnDstFull;
   }
+  const bool chosen = s->choicePending != 0;
   s->choicePending = 0;
   PairSource pairs{*ppPairs, *ppPairs + *pPairsLen};
   BitWriter out(s->bitBuffer.Get(), s->bitCount, *ppDst, *ppDst + *pDstLen);
-  const zelStatus status = WriteBlock(s, &pairs, &out, flush, dynamic);
+  const zelStatus status = WriteBlock(s, &pairs, &out, flush, dynamic, chosen);
   if (status == zelWarnDstFull && s->blockPhase != kPhaseHeader) s->blockPhase = kPhaseOpen;
   out.WriteBytes();
   s->bitBuffer.Set(out.bits);

@@ -4,7 +4,6 @@
 
 #include <string.h>
 
-#include "deflate/pair_codes.h"
 #include "shared/bits_lsb.h"
 #include "shared/code_lengths.h"
 
@@ -56,25 +55,7 @@ int UsedLengths(const uint8_t* lengths, int symbols, int least) {
 
 }  // namespace
 
-bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
-  // Two sets of counters, so that equal neighbours do not wait for each other's store.
-  uint32_t places[2][512] = {};
-  uint32_t distances[2][kNoDistance + 1] = {};
-  uint32_t excess = 0;
-  uint32_t matches = 0;
-  int32_t i = 0;
-  auto count = [&](zelLZ77Pair pair, int set) {
-    const PairPlace at = PlaceOf(pair);
-    excess |= at.excess;
-    matches += at.isMatch;
-    ++places[set][at.place];
-    ++distances[set][at.distance];
-  };
-  for (; i + 2 <= n; i += 2) {
-    count(pairs[i], 0);
-    count(pairs[i + 1], 1);
-  }
-  if (i < n) count(pairs[i], 0);
+bool PairCounter::Sum(int32_t n, PairStatistics* statistics) const {
   // Each match has a length and a distance.
   const uint32_t literalCount = static_cast<uint32_t>(n) - matches;
   if (excess != 0 || distances[0][kNoDistance] + distances[1][kNoDistance] != literalCount) return false;
@@ -92,6 +73,17 @@ bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics)
   statistics->bytes.Set(bytes);
   for (int k = 0; k < kDistanceSymbols; ++k) statistics->distance[k] = distances[0][k] + distances[1][k];
   return true;
+}
+
+bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
+  PairCounter counter;
+  int32_t i = 0;
+  for (; i + 2 <= n; i += 2) {
+    counter.Count(PlaceOf(pairs[i]), 0);
+    counter.Count(PlaceOf(pairs[i + 1]), 1);
+  }
+  if (i < n) counter.Count(PlaceOf(pairs[i]), 0);
+  return counter.Sum(n, statistics);
 }
 
 void BuildDynamicCode(EncoderState* s, const PairStatistics& statistics) {

@@ -1,9 +1,30 @@
 // The code of a dynamic block, its description, and what a block costs in either form.
 #pragma once
 
+#include "core/target.h"
 #include "deflate/encoder_state.h"
+#include "deflate/pair_codes.h"
 
 namespace zeldc {
+
+// Counts pairs by what they are looked up by.
+struct PairCounter {
+  // Two sets of counters, so that equal neighbours do not wait for each other's store.
+  uint32_t places[2][512] = {};
+  uint32_t distances[2][kNoDistance + 1] = {};
+  uint32_t excess = 0;
+  uint32_t matches = 0;
+
+  ZELDC_ALWAYS_INLINE void Count(const PairPlace& at, int set) {
+    excess |= at.excess;
+    matches += at.isMatch;
+    ++places[set][at.place];
+    ++distances[set][at.distance];
+  }
+
+  // The statistics of the n pairs counted; false when one is neither a literal nor a match.
+  bool Sum(int32_t n, PairStatistics* statistics) const;
+};
 
 // Counts the pairs' symbols; false when one is neither a literal nor a match.
 bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics);

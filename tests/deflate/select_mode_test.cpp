@@ -215,6 +215,60 @@ TEST(SelectHuffMode, ChangesNothingInTheOutput) {
   }
 }
 
+// The code of a block is made for the pairs that the writer gets, whatever the choice was made for.
+TEST(SelectHuffMode, WriterMayGetOtherPairsThanTheChoiceWasMadeFor) {
+  const Pairs pairs = SearchAll(EncoderRecord(zelLZ77LevelNormal, zelLZ77CheckNone).get(), Text(20000, 3));
+  std::vector<Pairs> others = {pairs, {}, {{'x', 0}}, {{258, 32767}}};
+  others.emplace_back(pairs.rbegin(), pairs.rend());
+  others.emplace_back(pairs.begin(), pairs.end() - 1);
+  others.emplace_back(pairs.begin(), pairs.begin() + 1000);
+  for (size_t at : {size_t{0}, pairs.size() / 2, pairs.size() - 2, pairs.size() - 1}) {
+    for (const Pair& other : Pairs{{'a', 0}, {0, 0}, {255, 0}, {3, 1}, {258, 32767}, {2, 1}, {259, 1}, {3, 40000}}) {
+      others.push_back(pairs);
+      others.back()[at] = other;
+      others.push_back(pairs);
+      others.back().insert(others.back().begin() + static_cast<ptrdiff_t>(at), other);
+    }
+  }
+  for (size_t i = 0; i < others.size(); ++i) {
+    const EncoderRecord with(zelLZ77LevelNormal, zelLZ77CheckNone), without(zelLZ77LevelNormal, zelLZ77CheckNone);
+    Select(with.get(), pairs);
+    StartBlock(with.get());
+    StartBlock(without.get());
+    const size_t room = 8 * others[i].size() + 1000;
+    const Written a = Write(zelsEncodeLZ77DynamicHuff_8u, with.get(), others[i], room, zelLZ77FlushSync);
+    const Written b = Write(zelsEncodeLZ77DynamicHuff_8u, without.get(), others[i], room, zelLZ77FlushSync);
+    EXPECT_EQ(a.status, b.status) << i;
+    EXPECT_EQ(a.bytes, b.bytes) << i;
+    EXPECT_EQ(a.left, b.left) << i;
+    EXPECT_EQ(WriteWhole(zelsEncodeLZ77DynamicHuff_8u, with.get(), pairs).bytes,
+              WriteWhole(zelsEncodeLZ77DynamicHuff_8u, without.get(), pairs).bytes);
+  }
+}
+
+TEST(SelectHuffMode, ChangesNothingInABlockThatIsSplitAnywhere) {
+  const Pairs pairs = SearchAll(EncoderRecord(zelLZ77LevelNormal, zelLZ77CheckNone).get(), Text(3000, 3));
+  const size_t whole =
+      WriteWhole(zelsEncodeLZ77DynamicHuff_8u, EncoderRecord(zelLZ77LevelNormal, zelLZ77CheckNone).get(), pairs)
+          .bytes.size();
+  for (size_t room = 1; room <= whole + 20; ++room) {
+    const EncoderRecord with(zelLZ77LevelNormal, zelLZ77CheckNone), without(zelLZ77LevelNormal, zelLZ77CheckNone);
+    Select(with.get(), pairs);
+    StartBlock(with.get());
+    StartBlock(without.get());
+    Pairs rest = pairs;
+    for (size_t now = room;; now = 4000) {
+      const Written a = Write(zelsEncodeLZ77DynamicHuff_8u, with.get(), rest, now, zelLZ77FlushSync);
+      const Written b = Write(zelsEncodeLZ77DynamicHuff_8u, without.get(), rest, now, zelLZ77FlushSync);
+      ASSERT_EQ(a.status, b.status) << room;
+      ASSERT_EQ(a.bytes, b.bytes) << room;
+      ASSERT_EQ(a.left, b.left) << room;
+      if (a.status != zelWarnDstFull) break;
+      rest.erase(rest.begin(), rest.end() - static_cast<ptrdiff_t>(a.left));
+    }
+  }
+}
+
 TEST(SelectHuffMode, ChosenBlocksAreNeverLargerThanForcedOnes) {
   for (const NamedData& input : AllKinds(30000)) {
     EncodeOptions options;
