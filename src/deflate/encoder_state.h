@@ -55,7 +55,7 @@ struct FastTables {
 
 struct NormalTables {
   uint16_t head[kHashSize];
-  uint16_t chain[kWindowSize];
+  uint16_t previous[0x10000];  // by position: the one before it with the same hash
 };
 
 struct BestTables {

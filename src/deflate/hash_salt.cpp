@@ -25,8 +25,21 @@ constexpr HashSalt MakeSalt() {
   return s;
 }
 
+constexpr HashLanes MakeLanes(const HashSalt& salt) {
+  HashLanes t{};
+  for (int i = 0; i < 256; ++i) {
+    for (int place = 0; place < 3; ++place) {
+      t.of[i] |= static_cast<uint64_t>(salt.row[place][i]) << (16 * (2 - place));
+    }
+  }
+  return t;
+}
+
+constexpr HashSalt kSalt = MakeSalt();
+
 }  // namespace
 
-constinit const HashSalt zelLZ77HashSalt = MakeSalt();
+constinit const HashSalt zelLZ77HashSalt = kSalt;
+constinit const HashLanes kHashLanes = MakeLanes(kSalt);
 
 }  // namespace zeldc

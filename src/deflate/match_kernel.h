@@ -3,9 +3,9 @@
 // A kernel runs over contiguous memory: base[i] is byte i of the call, the history stands before, and bytes before
 // readEnd may be read. It searches from x->i up to, not including, `stop`, while there is room for pairs.
 //
-// Tables hold positions modulo 2^16, and chains the distance from each position to the one before it with the same
-// hash. A distance is good while it is below 2^15; Sweep() makes entries unusable before they lie 2^16 back and would
-// look new again.
+// Tables hold positions modulo 2^16; chains tell, for each position, the one before it with the same hash, or the
+// distance to it. A distance is good while it is below 2^15; Sweep() makes entries unusable before they lie 2^16 back
+// and would look new again.
 #pragma once
 
 #include "core/target.h"

@@ -178,6 +178,15 @@ TEST_P(MatchSearch, TinyPairArrays) {
   }
 }
 
+// What is entered ahead of the search is taken out again when the pairs run out, at any position.
+TEST_P(MatchSearch, PairArraysThatFillUpAnywhere) {
+  const Bytes text = Text(140000, 7), bits = SmallAlphabet(80000, 2, 8);
+  for (size_t room : {17, 250, 257, 1100}) {
+    EXPECT_TRUE(SamePairs(level(), text, {.room = room})) << room;
+    EXPECT_TRUE(SamePairs(level(), bits, {.piece = 70000, .room = room})) << room;
+  }
+}
+
 TEST_P(MatchSearch, RandomSplits) {
   for (uint64_t seed = 1; seed <= 12; ++seed) {
     const Bytes input = Mixed(150000, seed);
