@@ -49,8 +49,7 @@ struct PairStatistics {
 
 // Tables of the match search, by level: see match_kernel.h.
 struct FastTables {
-  static constexpr uint32_t kSpare = kHashSize;  // an entry that is written and never read
-  uint16_t head[kHashSize + 1];
+  uint16_t head[kHashSize];
 };
 
 struct NormalTables {

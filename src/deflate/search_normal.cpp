@@ -1,8 +1,6 @@
 // zelLZ77LevelNormal: greedy, the longest match among the newest 16 positions with the same salted hash of three bytes.
 //
-// Which position stands before which in a chain depends on the data alone, not on the matches chosen. So positions are
-// entered a batch at a time, ahead of the search, by loops without a branch. Should a call end within a batch, the
-// positions that it did not reach are taken out again.
+// Positions are entered ahead of the search (position_batch.h), chains and all.
 //
 // Bound by the walk along the chain, where each link is loaded from where the one before points to, often past the
 // first-level cache, and the search cannot go on before the walk is at its end. Links are therefore positions and not
@@ -10,23 +8,13 @@
 // is linked to is replaced by a position exactly a window back: so the first link of a walk that is too old looks old,
 // and no walk goes beyond it.
 
-#include "deflate/match_kernel.h"
+#include "deflate/position_batch.h"
 
 namespace zeldc {
 
 namespace {
 
 constexpr int kCandidates = 16;
-constexpr ptrdiff_t kBatch = 1024;
-
-struct Batch {
-  uint16_t newest[kBatch];  // what the heads held before
-
-  // Enters the n positions of the bytes from p on, the first one `pos`.
-  void Insert(NormalTables* t, const uint8_t* p, uint32_t pos, ptrdiff_t n);
-  // Takes out all but the first `kept` of the n positions.
-  void Remove(NormalTables* t, const uint8_t* p, ptrdiff_t n, ptrdiff_t kept) const;
-};
 
 // Makes the links of positions from `pos` on.
 ZELDC_ALWAYS_INLINE void Link(const uint16_t* newest, uint16_t pos, ptrdiff_t n, uint16_t* previous) {
@@ -37,34 +25,18 @@ ZELDC_ALWAYS_INLINE void Link(const uint16_t* newest, uint16_t pos, ptrdiff_t n,
   }
 }
 
-void Batch::Insert(NormalTables* t, const uint8_t* p, uint32_t pos, ptrdiff_t n) {
-  uint16_t* const head = t->head;
-  const uint16_t first = static_cast<uint16_t>(pos);
-  auto enter = [&](ptrdiff_t k, uint64_t hash) ZELDC_LAMBDA_INLINE {
-    newest[k] = head[hash];
-    head[hash] = static_cast<uint16_t>(first + k);
-  };
-  ptrdiff_t k = 0;
-  for (; n - k >= 4; k += 4) {
-    const uint64_t hashes = FourSaltedHashes(p + k);
-    enter(k, hashes & 0xFFFF);
-    enter(k + 1, hashes >> 16 & 0xFFFF);
-    enter(k + 2, hashes >> 32 & 0xFFFF);
-    enter(k + 3, hashes >> 48);
-  }
-  for (; k < n; ++k) enter(k, SaltedHash(p + k));
-
+// Enters the n positions of the bytes from p on, the first one `pos`.
+void Insert(NormalTables* t, PositionBatch* batch, const uint8_t* p, uint32_t pos, ptrdiff_t n) {
+  batch->Insert(
+      t->head, pos, n, [&](ptrdiff_t k) ZELDC_LAMBDA_INLINE { return FourSaltedHashes(p + k); },
+      [&](ptrdiff_t k) ZELDC_LAMBDA_INLINE { return SaltedHash(p + k); });
   // The ring of links may end within the batch.
   for (ptrdiff_t from = 0; from < n;) {
-    const uint16_t slot = static_cast<uint16_t>(first + from);
+    const uint16_t slot = static_cast<uint16_t>(pos + static_cast<uint32_t>(from));
     const ptrdiff_t count = 0x10000 - slot < n - from ? 0x10000 - slot : n - from;
-    Link(newest + from, slot, count, t->previous + slot);
+    Link(batch->newest + from, slot, count, t->previous + slot);
     from += count;
   }
-}
-
-void Batch::Remove(NormalTables* t, const uint8_t* p, ptrdiff_t n, ptrdiff_t kept) const {
-  for (ptrdiff_t k = n; k-- > kept;) t->head[SaltedHash(p + k)] = newest[k];
 }
 
 // The longest match at p, position `pos`, of length 2 if there is none.
@@ -144,39 +116,27 @@ ZELDC_NOINLINE void RunBatch(Search* x, const uint8_t* base, ptrdiff_t end) {
 
 void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*readEnd*/) {
   NormalTables* const t = &x->state->tables.normal;
-  Batch batch;
-  ptrdiff_t inserted = x->i;  // positions before this one are in the tables
-  ptrdiff_t n = 0;
-  auto insert = [&](ptrdiff_t count) {
-    n = count < kBatch ? count : kBatch;
-    batch.Insert(t, base + inserted, x->posBase + static_cast<uint32_t>(inserted), n);
-    inserted += n;
-  };
-  while (x->i < stop && x->pair < x->pairEnd) {
-    // Not much more than what the pairs that there is room for may stand for.
-    const ptrdiff_t room = x->pairEnd - x->pair;
-    const ptrdiff_t enough = room < kBatch ? 16 + 4 * room : kBatch;
-    insert(enough < stop - inserted ? enough : stop - inserted);
-    if (Reach(x, x->i) >= kMaxDistance && x->matchEnd - inserted >= kMaxMatch) {
-      RunBatch<true>(x, base, inserted);
-    } else {
-      RunBatch<false>(x, base, inserted);
-    }
-  }
-  if (x->i < inserted) {
-    batch.Remove(t, base + (inserted - n), n, n - (inserted - x->i));
-  } else if (x->i > inserted) {
-    insert(x->i - inserted);
-  }
+  PositionBatch batch;
+  SearchInBatches(
+      x, stop, [&](ptrdiff_t i, ptrdiff_t n) { Insert(t, &batch, base + i, x->posBase + static_cast<uint32_t>(i), n); },
+      [&](ptrdiff_t, ptrdiff_t end) {
+        if (Reach(x, x->i) >= kMaxDistance && x->matchEnd - end >= kMaxMatch) {
+          RunBatch<true>(x, base, end);
+        } else {
+          RunBatch<false>(x, base, end);
+        }
+      },
+      [&](ptrdiff_t i, ptrdiff_t n, ptrdiff_t kept) {
+        batch.Remove(t->head, n, kept, [&](ptrdiff_t k) { return SaltedHash(base + i + k); });
+      });
 }
 
 void InsertDictionaryNormal(EncoderState* s, const uint8_t* dictionary, int32_t len) {
-  Batch batch;
-  for (ptrdiff_t i = 0, left = len - (kMinMatch - 1); left > 0;) {
-    const ptrdiff_t n = left < kBatch ? left : kBatch;
-    batch.Insert(&s->tables.normal, dictionary + i, s->tablePos + static_cast<uint32_t>(i), n);
-    i += n;
-    left -= n;
+  PositionBatch batch;
+  const ptrdiff_t all = len - (kMinMatch - 1);
+  for (ptrdiff_t i = 0; i < all; i += PositionBatch::kSize) {
+    const ptrdiff_t n = all - i < PositionBatch::kSize ? all - i : PositionBatch::kSize;
+    Insert(&s->tables.normal, &batch, dictionary + i, s->tablePos + static_cast<uint32_t>(i), n);
   }
 }
 
