@@ -1,0 +1,51 @@
+/*
+ * Stages of the bzip2 format around the Burrows-Wheeler transform: run-length coding before it, move-to-front and the
+ * coding of zero runs behind it.
+ */
+#ifndef ZELDC_BZIP2_H
+#define ZELDC_BZIP2_H
+
+#include "types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* State of the run-length encoder of the bzip2 format: 264 bytes. */
+typedef struct zelRLEState_BZ2 {
+  uint8_t inUse[256]; /* inUse[v] = 1 once the encoder has written the byte v, counts included; else 0 */
+  int32_t lastByte;   /* the last byte copied to the output, -1 at first */
+  int32_t runLen;     /* length of the run that ends the output so far; 4 to 259: its count is still to be written */
+} zelRLEState_BZ2;
+
+ZELDC_API zelStatus zelsRLEGetSize_BZ2_8u(int32_t* pSize);
+ZELDC_API zelStatus zelsEncodeRLEInit_BZ2_8u(zelRLEState_BZ2* pRLEState);
+ZELDC_API zelStatus zelsEncodeRLEInitAlloc_BZ2_8u(zelRLEState_BZ2** ppRLEState);
+ZELDC_API zelStatus zelsEncodeRLE_BZ2_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen,
+                                         zelRLEState_BZ2* pRLEState);
+ZELDC_API zelStatus zelsEncodeRLEFlush_BZ2_8u(uint8_t* pDst, int32_t* pDstLen, zelRLEState_BZ2* pRLEState);
+ZELDC_API zelStatus zelsRLEGetInUseTable_8u(uint8_t* pInUse, zelRLEState_BZ2* pRLEState);
+ZELDC_API zelStatus zelsDecodeRLE_BZ2_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen);
+ZELDC_API zelStatus zelsEncodeRLE_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen);
+ZELDC_API zelStatus zelsDecodeRLE_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen);
+
+/* State of move-to-front, 256 bytes: forward, the rank of each byte value; inverse, the byte value at each rank. */
+typedef struct zelMTFState {
+  uint8_t table[256];
+} zelMTFState;
+
+ZELDC_API zelStatus zelsMTFGetSize_8u(int32_t* pSize);
+ZELDC_API zelStatus zelsMTFInit_8u(zelMTFState* pMTFState);
+ZELDC_API zelStatus zelsMTFInitAlloc_8u(zelMTFState** ppMTFState);
+ZELDC_API zelStatus zelsMTFFwd_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, zelMTFState* pMTFState);
+ZELDC_API zelStatus zelsMTFInv_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, zelMTFState* pMTFState);
+
+ZELDC_API zelStatus zelsEncodeZ1Z2_BZ2_8u16u(uint8_t** ppSrc, int32_t* pSrcLen, uint16_t* pDst, int32_t* pDstLen,
+                                             int32_t* pFreq);
+ZELDC_API zelStatus zelsDecodeZ1Z2_BZ2_16u8u(uint16_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
