@@ -95,5 +95,6 @@ void Register(const std::string& name, size_t bytes, std::function<Task()> make)
 
 // The families.
 void RegisterChecksums(bool ladder);
+void RegisterBwt(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);

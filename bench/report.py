@@ -17,10 +17,10 @@ from typing import NamedTuple, Optional
 
 from chart import draw
 
-TITLES = {"checksum": "Checksums", "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
+TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
-OF_FILES = ("inflate", "deflate")  # families whose cases are files; elsewhere they are sizes
+OF_FILES = ("bwt", "inflate", "deflate")  # families whose cases are files; elsewhere they are sizes
 ALL_FILES = "all files"
 
 
