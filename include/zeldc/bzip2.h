@@ -29,15 +29,76 @@ ZELDC_API zelStatus zelsDecodeRLE_BZ2_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint
 ZELDC_API zelStatus zelsEncodeRLE_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen);
 ZELDC_API zelStatus zelsDecodeRLE_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen);
 
-/* State of move-to-front, 256 bytes: forward, the rank of each byte value; inverse, the byte value at each rank. */
+/*
+ * Move-to-front (J. L. Bentley, D. D. Sleator, R. E. Tarjan, V. K. Wei, A Locally Adaptive Data Compression Scheme,
+ * CACM 29(4), 1986): each byte becomes its rank in a list of all byte values, of which it then becomes the first.
+ *
+ * The state keeps the list from call to call, so a block may be coded in pieces of any size. The two directions keep it
+ * in two forms: forward, table[v] is the rank of the byte value v; inverse, table[r] is the byte value at rank r. After
+ * Init either form is the identity. A state that one direction has used must not be given to the other: the one table
+ * is the other's inverse.
+ */
 typedef struct zelMTFState {
   uint8_t table[256];
 } zelMTFState;
 
+/*
+ * The size of the state: 256 bytes, at any address.
+ *
+ * pSize  [out]   bytes
+ *
+ * zelOk          done
+ * zelErrNullPtr  pSize is null
+ */
 ZELDC_API zelStatus zelsMTFGetSize_8u(int32_t* pSize);
+
+/*
+ * Makes a state fresh, for either direction.
+ *
+ * pMTFState  [out]  256 bytes; what they held does not matter
+ *
+ * zelOk          done
+ * zelErrNullPtr  pMTFState is null
+ */
 ZELDC_API zelStatus zelsMTFInit_8u(zelMTFState* pMTFState);
+
+/*
+ * Allocates a fresh state. Release it by zelsMTFFree_8u.
+ *
+ * ppMTFState  [out]  the state; null when there is no memory
+ *
+ * zelOk          done
+ * zelErrNullPtr  ppMTFState is null
+ * zelErrNoMem    there is no memory
+ */
 ZELDC_API zelStatus zelsMTFInitAlloc_8u(zelMTFState** ppMTFState);
+
+/*
+ * Bytes to ranks.
+ *
+ * pSrc       [in]      len bytes
+ * pDst       [out]     len ranks; may be pSrc, and must not overlap it otherwise
+ * len                  bytes, at least 1
+ * pMTFState  [in,out]  the rank of each byte value, before and after
+ *
+ * zelOk          done
+ * zelErrNullPtr  pSrc, pDst or pMTFState is null; nothing changed
+ * zelErrSize     len is below 1; nothing changed
+ */
 ZELDC_API zelStatus zelsMTFFwd_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, zelMTFState* pMTFState);
+
+/*
+ * Ranks to bytes.
+ *
+ * pSrc       [in]      len ranks, of any values
+ * pDst       [out]     len bytes; may be pSrc, and must not overlap it otherwise
+ * len                  ranks, at least 1
+ * pMTFState  [in,out]  the byte value at each rank, before and after
+ *
+ * zelOk          done
+ * zelErrNullPtr  pSrc, pDst or pMTFState is null; nothing changed
+ * zelErrSize     len is below 1; nothing changed
+ */
 ZELDC_API zelStatus zelsMTFInv_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, zelMTFState* pMTFState);
 
 ZELDC_API zelStatus zelsEncodeZ1Z2_BZ2_8u16u(uint8_t** ppSrc, int32_t* pSrcLen, uint16_t* pDst, int32_t* pDstLen,
