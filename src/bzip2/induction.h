@@ -109,11 +109,10 @@ class Induction {
     if constexpr (kResult == Result::kPositions) order_[k] = pos;
     if constexpr (kResult == Result::kBytes) dst_[k] = static_cast<uint8_t>(b.first);
     const uint32_t place = --back[b.first];
-    if (b.last <= b.first) {
-      order_[place] = static_cast<Pos>(b.pos | Mark::kMark);
-    } else {
-      order_[place] = static_cast<Pos>(kResult == Result::kBytes ? b.last : b.pos);
-    }
+    // Whether the one before that is of type S, too, and waits. No branch: the next look at the entry has to guess.
+    const Pos waits = static_cast<Pos>(-static_cast<Pos>(b.last <= b.first));
+    const Pos done = static_cast<Pos>(kResult == Result::kBytes ? b.last : b.pos);
+    order_[place] = static_cast<Pos>(((b.pos | Mark::kMark) & waits) | (done & ~waits));
     if (ZELDC_UNLIKELY(b.pos == 0)) index_ = place;
   }
 
