@@ -1,7 +1,8 @@
-// The forward transform sorts the rotations of the block by induction (induction.h), in linear time whatever the block
-// holds: the LMS rotations by their LMS substrings first, then those of them that agree by what follows, and all other
-// rotations from them. What follows an LMS rotation is a string of LMS substrings, each of which is given a number as
-// its name: the same problem over again, at most half as long. Everything is cyclic at every step.
+// The forward transform sorts the rotations of the block by induction (byte_induction.h), in linear time whatever the
+// block holds: the LMS rotations by their LMS substrings first, then those of them that agree by what follows, and all
+// other rotations from them. What follows an LMS rotation is a string of LMS substrings, each of which is given a
+// number as its name: the same problem over again, at most half as long (symbol_induction.h). Everything is cyclic at
+// every step. Where few LMS rotations agree, they are sorted on their own instead (rank_sort.h).
 //
 // Bound by the cache misses of the inductions.
 
@@ -9,10 +10,11 @@
 
 #include <string.h>
 
-#include "bzip2/induction.h"
+#include "bzip2/byte_induction.h"
 #include "bzip2/rank_sort.h"
 #include "bzip2/rotation_types.h"
 #include "bzip2/rotations.h"
+#include "bzip2/symbol_induction.h"
 #include "shared/unaligned.h"
 
 namespace zeldc {
@@ -109,16 +111,17 @@ void SortRotations(Rotations<Pos, Pos> r, Arena arena) {
     return;
   }
   r.lms.Take(&arena, r.len);
-  FindLms(r.symbols, &r.lms);
+  FindLarger(r.symbols, r.len, r.lms.bits);
+  KeepLms(&r.lms);
   {
-    SymbolBuckets<Pos> buckets(r, arena);
-    buckets.PlaceLms();
-    Induction<Result::kLms, Pos, Pos>(r).Run(&buckets);
+    SymbolInduction<Pos> induction(r, arena);
+    induction.PlaceLms();
+    induction.SortLmsSubstrings();
   }
   SortSame(r, MarkSame(r), arena);
-  SymbolBuckets<Pos> buckets(r, arena);
-  buckets.MoveLms();
-  Induction<Result::kPositions, Pos, Pos>(r).Run(&buckets);
+  SymbolInduction<Pos> induction(r, arena);
+  induction.MoveLms();
+  induction.SortAll();
 }
 
 template <typename Pos>
@@ -138,14 +141,13 @@ uint32_t Transform(const uint8_t* src, uint8_t* dst, uint32_t len, Arena arena) 
   memcpy(text, src, len);
   for (uint32_t i = 0; i < kTextBehind; ++i) text[len + i] = text[i];
   r.symbols = text;
-  FindLms(text, &r.lms);
-  ByteBuckets<Pos> buckets(r);
-  buckets.PlaceLms();
-  Induction<Result::kLms, uint8_t, Pos>(r).Run(buckets);
+  FindLarger(text, len, r.lms.bits);
+  ByteInduction<Pos> induction(r, r.lms.bits);
+  KeepLms(&r.lms);
+  induction.PlaceLms(r.lms);
+  induction.SortLmsSubstrings();
   SortSame(r, MarkSame(r), scratch);
-  r.symbols = src;
-  buckets.MoveLms();
-  return Induction<Result::kBytes, uint8_t, Pos>(r, dst).Run(buckets);
+  return induction.Transform(src, dst);
 }
 
 }  // namespace

@@ -66,54 +66,59 @@ bool IsFirstOfTypeL(const Symbol* symbols) {
   return symbols[0] > symbols[1];
 }
 
-template <typename Symbol, typename Pos>
-void Find(const Symbol* symbols, PositionSet<Pos>* lms) {
+template <typename Symbol>
+void Find(const Symbol* symbols, uint32_t len, uint64_t* larger) {
   static_assert(kTextBehind >= 65);
-  const uint32_t len = lms->len;
-  const uint32_t words = lms->Words(len);
+  const uint32_t words = WordsOf(len);
   const uint32_t lastCount = len - 64 * (words - 1);
-  uint64_t* const bits = lms->bits;
-  // Bits of type L, from the end.
+  // From the end.
   uint64_t typeBehind = IsFirstOfTypeL(symbols);
   Symbol behind = symbols[0];
   for (uint32_t w = words; w-- > 0;) {
     const uint32_t count = w == words - 1 ? lastCount : 64;
     Comparison c = Compare(symbols + 64 * w, count, behind);
     behind = symbols[64 * w];
-    uint64_t larger = c.greaterOrEqual & ~c.equal;
+    uint64_t bits = c.greaterOrEqual & ~c.equal;
     if (count < 64) {
       // What stands behind the string takes the type of its first rotation.
       const uint64_t past = ~uint64_t{0} << count;
       c.equal |= past;
-      larger &= ~past;
+      bits &= ~past;
     }
-    larger |= c.equal & typeBehind << 63;
+    bits |= c.equal & typeBehind << 63;
     for (int step = 1; step < 64; step *= 2) {
-      larger |= c.equal & larger >> step;
+      bits |= c.equal & bits >> step;
       c.equal &= c.equal >> step;
     }
-    bits[w] = larger;
-    typeBehind = larger & 1;
+    typeBehind = bits & 1;
+    larger[w] = bits;
   }
-  uint64_t before = bits[words - 1] >> (lastCount - 1) & 1;
+  if (lastCount < 64) larger[words - 1] &= ~(~uint64_t{0} << lastCount);
+}
+
+template <typename Pos>
+void Keep(PositionSet<Pos>* set) {
+  uint64_t before = set->Has(set->len - 1);
   uint32_t found = 0;
-  for (uint32_t w = 0; w < words; ++w) {
-    const uint64_t larger = bits[w];
+  for (uint32_t w = 0; w < WordsOf(set->len); ++w) {
+    const uint64_t larger = set->bits[w];
     uint64_t word = ~larger & (larger << 1 | before);
-    if (w == words - 1 && lastCount < 64) word &= ~(~uint64_t{0} << lastCount);
+    if (w == set->len / 64) word &= ~(~uint64_t{0} << set->len % 64);
     before = larger >> 63;
-    bits[w] = word;
-    lms->before[w] = static_cast<Pos>(found);
+    set->bits[w] = word;
+    set->before[w] = static_cast<Pos>(found);
     found += static_cast<uint32_t>(__builtin_popcountll(word));
   }
-  lms->count = found;
+  set->count = found;
 }
 
 }  // namespace
 
-void FindLms(const uint8_t* text, PositionSet<uint32_t>* lms) { Find(text, lms); }
-void FindLms(const uint8_t* text, PositionSet<uint16_t>* lms) { Find(text, lms); }
-void FindLms(const uint32_t* symbols, PositionSet<uint32_t>* lms) { Find(symbols, lms); }
-void FindLms(const uint16_t* symbols, PositionSet<uint16_t>* lms) { Find(symbols, lms); }
+void FindLarger(const uint8_t* text, uint32_t len, uint64_t* larger) { Find(text, len, larger); }
+void FindLarger(const uint16_t* symbols, uint32_t len, uint64_t* larger) { Find(symbols, len, larger); }
+void FindLarger(const uint32_t* symbols, uint32_t len, uint64_t* larger) { Find(symbols, len, larger); }
+
+void KeepLms(PositionSet<uint16_t>* set) { Keep(set); }
+void KeepLms(PositionSet<uint32_t>* set) { Keep(set); }
 
 }  // namespace zeldc

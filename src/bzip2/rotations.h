@@ -42,6 +42,9 @@ struct Marked {
   static constexpr Pos Unmark(Pos entry) { return entry & kNone; }
 };
 
+// Of a bit for each of `len` things.
+inline uint32_t WordsOf(uint32_t len) { return (len - 1) / 64 + 1; }
+
 // A set of positions, with the number of each.
 template <typename Pos>
 struct PositionSet {
@@ -50,13 +53,13 @@ struct PositionSet {
   Pos* before;     // for each word, how many are in the words before
   uint32_t count;  // in the set
 
-  static uint32_t Words(uint32_t len) { return (len - 1) / 64 + 1; }
-
   void Take(Arena* arena, uint32_t positions) {
     len = positions;
-    bits = arena->Take<uint64_t>(Words(len));
-    before = arena->Take<Pos>(Words(len));
+    bits = arena->Take<uint64_t>(WordsOf(len));
+    before = arena->Take<Pos>(WordsOf(len));
   }
+
+  bool Has(uint32_t pos) const { return bits[pos >> 6] >> (pos & 63) & 1; }
 
   // Where pos stands among those in the set.
   ZELDC_ALWAYS_INLINE uint32_t NumberOf(uint32_t pos) const {
@@ -67,10 +70,10 @@ struct PositionSet {
   // How far the next one lies behind pos, around the end if need be.
   ZELDC_ALWAYS_INLINE uint32_t DistanceToNext(uint32_t pos) const {
     uint32_t w = (pos + 1) >> 6;
-    uint64_t word = w < Words(len) ? bits[w] >> ((pos + 1) & 63) : 0;
+    uint64_t word = w < WordsOf(len) ? bits[w] >> ((pos + 1) & 63) : 0;
     if (ZELDC_LIKELY(word != 0)) return 1 + static_cast<uint32_t>(__builtin_ctzll(word));
     do {
-      w = w + 1 < Words(len) ? w + 1 : 0;
+      w = w + 1 < WordsOf(len) ? w + 1 : 0;
       word = bits[w];
     } while (word == 0);
     const uint32_t next = 64 * w + static_cast<uint32_t>(__builtin_ctzll(word));
@@ -79,7 +82,7 @@ struct PositionSet {
 
   template <typename F>
   void ForEach(F f) const {
-    for (uint32_t w = 0; w < Words(len); ++w) {
+    for (uint32_t w = 0; w < WordsOf(len); ++w) {
       for (uint64_t word = bits[w]; word != 0; word &= word - 1) {
         f(static_cast<Pos>(64 * w + static_cast<uint32_t>(__builtin_ctzll(word))));
       }
