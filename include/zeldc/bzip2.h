@@ -101,8 +101,51 @@ ZELDC_API zelStatus zelsMTFFwd_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t le
  */
 ZELDC_API zelStatus zelsMTFInv_8u(const uint8_t* pSrc, uint8_t* pDst, int32_t len, zelMTFState* pMTFState);
 
+/*
+ * Zero-run coding of the bzip2 format. A run of r zeros becomes r in bijective base 2, lowest digit first, with the
+ * symbols RUNA (0) for the digit 1 and RUNB (1) for the digit 2; any other byte v becomes the symbol v + 1, from 2 to
+ * 256. The symbol of the block's end is not written here, nor known.
+ */
+
+/*
+ * Bytes to symbols.
+ *
+ * ppSrc    [in,out]  the bytes; on return those that are left
+ * pSrcLen  [in,out]  their count, at least 1; on return that of those left
+ * pDst     [out]     *pDstLen elements and one more: a literal behind a run whose code takes the last of the *pDstLen
+ *                    elements is written there, too. What is in them behind the symbols is not defined.
+ * pDstLen  [in,out]  room in elements, at least 1, without the spare one; on return the number of symbols written,
+ *                    which may be one more than the room
+ * pFreq    [in,out]  257 counts or more: pFreq[s] grows by the number of symbols s written. They are not cleared here.
+ *
+ * A run whose code does not fit is cut: the longest run that fits is coded, the other zeros are left. A run that ends
+ * the source is coded as ended. So where a run is divided between two calls there are two codes; the symbols of the two
+ * calls must not be joined there, for a decoder would take them for one code, of another run.
+ *
+ * zelOk           all bytes are coded
+ * zelWarnDstFull  bytes are left
+ * zelErrNullPtr   an argument, or *ppSrc, is null; nothing changed
+ * zelErrSize      *pSrcLen or *pDstLen is below 1; nothing changed
+ */
 ZELDC_API zelStatus zelsEncodeZ1Z2_BZ2_8u16u(uint8_t** ppSrc, int32_t* pSrcLen, uint16_t* pDst, int32_t* pDstLen,
                                              int32_t* pFreq);
+
+/*
+ * Symbols to bytes.
+ *
+ * ppSrc    [in,out]  the symbols; on return those that are left. Symbols above 256 give the low byte of s - 1.
+ * pSrcLen  [in,out]  their count, at least 1; on return that of those left
+ * pDst     [out]     *pDstLen bytes. What is in them behind the result is not defined.
+ * pDstLen  [in,out]  room in bytes, at least 1; on return the number of bytes written
+ *
+ * A run is written only if there is room for all of it, and for the literal behind it where there is one. Its symbols
+ * count as consumed all the same, so a call that ends in a run has lost it: give room for the whole block.
+ *
+ * zelOk           all symbols are decoded
+ * zelWarnDstFull  symbols are left, or a run was lost
+ * zelErrNullPtr   an argument, or *ppSrc, is null; nothing changed
+ * zelErrSize      *pSrcLen or *pDstLen is below 1; nothing changed
+ */
 ZELDC_API zelStatus zelsDecodeZ1Z2_BZ2_16u8u(uint16_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen);
 
 #ifdef __cplusplus
