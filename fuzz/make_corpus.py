@@ -71,6 +71,8 @@ def inputs():
             if (i + j) % 2 == 0:
                 split = SPLITS[(i + j) % len(SPLITS)]
                 yield "fuzz_deflate_roundtrip", f"{name}-{j}", encoder + split + bytes([i % 3, 9, j]) + data
+    for i, (name, data) in enumerate(texts()):
+        yield "fuzz_bwt", name, bytes([i, 0, 1 + i * i, i % 4]) + bytes(range(2 * (i % 4))) + data
     generator = random.Random(2)
     for i in range(16):
         calls = generator.randbytes(2)

@@ -20,20 +20,13 @@ ZELDC_ALWAYS_INLINE uint64_t Higher(uint64_t a, uint64_t b) { return a < b ? b :
 
 // Each key's place is the number of keys below it.
 void SortFew(uint64_t* keys, uint32_t count) {
-  uint64_t in[kFew];
-  uint8_t place[kFew];
+  uint64_t sorted[kFew];
   for (uint32_t i = 0; i < count; ++i) {
-    const uint64_t key = keys[i];
     uint32_t below = 0;
-    for (uint32_t k = 0; k < i; ++k) {
-      const bool isAfter = in[k] < key;
-      below += isAfter;
-      place[k] = static_cast<uint8_t>(place[k] + !isAfter);
-    }
-    in[i] = key;
-    place[i] = static_cast<uint8_t>(below);
+    for (uint32_t k = 0; k < count; ++k) below += keys[k] < keys[i];
+    sorted[below] = keys[i];
   }
-  for (uint32_t i = 0; i < count; ++i) keys[place[i]] = in[i];
+  memcpy(keys, sorted, count * sizeof(uint64_t));
 }
 
 uint64_t Median(const uint64_t* keys, uint32_t count) {
