@@ -20,8 +20,12 @@
 #ifndef ZELDC_H
 #define ZELDC_H
 
+#include "zeldc/bwt.h"
+#include "zeldc/bzip2.h"
+#include "zeldc/bzip2_huffman.h"
 #include "zeldc/checksum.h"
 #include "zeldc/deflate.h"
+#include "zeldc/dictionary.h"
 #include "zeldc/inflate.h"
 #include "zeldc/types.h"
 

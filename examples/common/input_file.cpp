@@ -1,8 +1,10 @@
 #include "common/input_file.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "common/messages.h"
 
@@ -10,34 +12,28 @@ namespace example {
 
 namespace {
 
-InputFile OpenFile(const std::string& path, int flags) {
-  InputFile file{Descriptor(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC | flags)), {}};
-  if (file.descriptor.number() < 0 || fstat(file.descriptor.number(), &file.status) != 0) {
-    throw Failure(SystemMessage(path, errno));
-  }
-  if (S_ISDIR(file.status.st_mode)) throw Skipped(path + " is a directory -- ignored");
+std::optional<InputFile> Open(const std::string& path, int flags) {
+  InputFile file{path, Descriptor(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC | flags)), {}};
+  if (file.descriptor.number() < 0 || fstat(file.descriptor.number(), &file.status) != 0) return std::nullopt;
   return file;
 }
 
 }  // namespace
 
-InputFile OpenForReplacing(const std::string& path, bool force) {
+std::optional<InputFile> OpenForReading(const std::string& path) { return Open(path, 0); }
+
+std::optional<InputFile> OpenForReplacing(const std::string& path, Links links) {
   // Without O_NONBLOCK, opening a FIFO would wait for its writer.
-  InputFile file = OpenFile(path, O_NONBLOCK | (force ? 0 : O_NOFOLLOW));
-  const struct stat& status = file.status;
-  if (!S_ISREG(status.st_mode)) throw Skipped(path + " is not a directory or a regular file - ignored");
-  if (status.st_mode & S_ISUID) throw Skipped(path + " is set-user-ID on execution - ignored");
-  if (status.st_mode & S_ISGID) throw Skipped(path + " is set-group-ID on execution - ignored");
-  if (!force) {
-    if (status.st_mode & S_ISVTX) throw Skipped(path + " has the sticky bit set - file ignored");
-    if (status.st_nlink > 1) {
-      const std::string others = std::to_string(status.st_nlink - 1);
-      throw Skipped(path + " has " + others + " other link" + (others == "1" ? "" : "s") + " -- file ignored");
-    }
+  return Open(path, O_NONBLOCK | (links == Links::kRefuse ? O_NOFOLLOW : 0));
+}
+
+InputFile StandardInput() {
+  // The number is the process's own; a copy of it can be closed as that of any other file.
+  InputFile file{"", Descriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)), {}};
+  if (file.descriptor.number() < 0 || fstat(file.descriptor.number(), &file.status) != 0) {
+    throw Failure(SystemMessage(file.name(), errno));
   }
   return file;
 }
-
-InputFile OpenForReading(const std::string& path) { return OpenFile(path, 0); }
 
 }  // namespace example

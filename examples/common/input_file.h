@@ -3,23 +3,34 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "common/file_streams.h"
 
 namespace example {
 
+// An open file that is to be worked on, or standard input.
 struct InputFile {
+  std::string path;  // empty for standard input
   Descriptor descriptor;
   struct stat status;
+
+  std::string name() const { return path.empty() ? "stdin" : path; }
+  uint64_t size() const { return S_ISREG(status.st_mode) ? static_cast<uint64_t>(status.st_size) : 0; }
 };
 
-// Opens a file that is to be replaced by its compressed or decompressed form. What must not be replaced is Skipped:
-// all but regular files, and set-user-ID, set-group-ID or (unless forced) sticky and multiply linked ones. A symbolic
-// link is followed only when forced.
-InputFile OpenForReplacing(const std::string& path, bool force);
+// Opens a file, of whatever kind. A FIFO is waited for unless it is to be replaced, and a symbolic link is followed
+// unless the caller does not want that. Empty, and errno says why, when it can't be opened.
+enum class Links { kFollow, kRefuse };
+std::optional<InputFile> OpenForReading(const std::string& path);
+std::optional<InputFile> OpenForReplacing(const std::string& path, Links links);
 
-// Opens a file that is only read: anything but a directory.
-InputFile OpenForReading(const std::string& path);
+// A failure when there is none.
+InputFile StandardInput();
+
+// How many names the file has besides the one that it was opened by.
+inline nlink_t OtherLinks(const struct stat& status) { return status.st_nlink > 1 ? status.st_nlink - 1 : 0; }
 
 }  // namespace example

@@ -1,5 +1,6 @@
 #include "common/messages.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -7,14 +8,14 @@ namespace example {
 
 std::string SystemMessage(const std::string& name, int errorNumber) { return name + ": " + std::strerror(errorNumber); }
 
-void Messages::Error(const std::string& text) {
+void Messages::Error(const std::string& text, int exitStatus) {
   Print(text);
-  status_ = kExitError;
+  error_ = std::max(error_, exitStatus);
 }
 
-void Messages::Warning(const std::string& text) {
+void Messages::Warning(const std::string& text, int exitStatus) {
   Remark(text);
-  if (status_ == kExitOk) status_ = kExitWarning;
+  warning_ = std::max(warning_, exitStatus);
 }
 
 void Messages::Remark(const std::string& text) {

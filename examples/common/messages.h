@@ -6,12 +6,19 @@
 
 namespace example {
 
+// Programs may add their own for other kinds of failures.
 enum ExitStatus { kExitOk = 0, kExitError = 1, kExitWarning = 2 };
 
-// A file that cannot be done: the exit status becomes 1, and the next file is taken.
+// A file that cannot be done: it decides the exit status, and the next file is taken.
 class Failure : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit Failure(const std::string& text, int exitStatus = kExitError)
+      : std::runtime_error(text), exitStatus_(exitStatus) {}
+
+  int exitStatus() const { return exitStatus_; }
+
+ private:
+  int exitStatus_;
 };
 
 // A failure that ends the program, because it would meet every other file, too.
@@ -20,7 +27,7 @@ class Fatal : public Failure {
   using Failure::Failure;
 };
 
-// A file that is left alone on purpose: the exit status becomes 2 unless there are failures.
+// A file that is left alone on purpose, which is worth a warning.
 class Skipped : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -33,18 +40,20 @@ class Messages {
  public:
   Messages(std::string program, bool quiet) : program_(std::move(program)), quiet_(quiet) {}
 
-  void Error(const std::string& text);
-  void Warning(const std::string& text);  // not shown when quiet
-  void Remark(const std::string& text);   // as a warning, but without effect on the exit status
+  void Error(const std::string& text, int exitStatus = kExitError);
+  void Warning(const std::string& text, int exitStatus = kExitWarning);  // not shown when quiet
+  void Remark(const std::string& text);  // as a warning, but without effect on the exit status
 
-  int exitStatus() const { return status_; }
+  // The highest of the errors; that of the warnings when there is no error.
+  int exitStatus() const { return error_ != kExitOk ? error_ : warning_; }
 
  private:
   void Print(const std::string& text) const;
 
   std::string program_;
   bool quiet_;
-  int status_ = kExitOk;
+  int error_ = kExitOk;
+  int warning_ = kExitOk;
 };
 
 }  // namespace example

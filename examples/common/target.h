@@ -15,9 +15,8 @@ class Target {
   // Standard output.
   Target();
 
-  // A new file in place of the source. If there is one of that name already, `force` replaces it, else the user is
-  // asked if there is one at the terminal, else the source is Skipped.
-  Target(std::string path, const std::string& sourcePath, const struct stat& source, bool force);
+  // A new file. `replace` says that a file of that name may lose it.
+  Target(std::string path, bool replace);
 
   const std::string& name() const { return name_; }
   int descriptor() const;
@@ -28,7 +27,7 @@ class Target {
 
  private:
   std::string name_;
-  bool replaces_ = false;
+  bool replace_ = false;
   std::unique_ptr<NewFile> file_;
 };
 

@@ -11,10 +11,10 @@
 #include <new>
 #include <vector>
 
-#include "common/input_file.h"
 #include "common/progress.h"
 #include "zelgzip/compress.h"
 #include "zelgzip/file_names.h"
+#include "zelgzip/file_rules.h"
 
 namespace zelgzip {
 
@@ -51,7 +51,7 @@ int Jobs::Run() {
 void Jobs::TakePath(const std::string& path) {
   try {
     if (path == "-") {
-      TakeStandardInput();
+      Take(example::StandardInput());
     } else if (options_.recursive && std::filesystem::is_directory(path)) {
       TakeDirectory(path);
     } else {
@@ -84,15 +84,7 @@ void Jobs::TakeFile(const std::string& givenPath) {
   const bool compressing = options_.action == Action::kCompress;
   const bool readOnly = options_.toStdout || options_.action == Action::kTest || options_.action == Action::kList;
   const std::string path = compressing ? givenPath : ExistingCompressed(givenPath, options_.suffix);
-  const example::InputFile file =
-      readOnly ? example::OpenForReading(path) : example::OpenForReplacing(path, options_.force);
-  Take({path, file.descriptor.number(), file.status});
-}
-
-void Jobs::TakeStandardInput() {
-  Source source{"", STDIN_FILENO, {}};
-  if (fstat(STDIN_FILENO, &source.status) != 0) throw Failure(SystemMessage(source.name(), errno));
-  Take(source);
+  Take(readOnly ? OpenForReading(path) : OpenForReplacing(path, options_.force));
 }
 
 void Jobs::Take(const Source& source) {
@@ -117,7 +109,7 @@ void Jobs::CompressSource(const Source& source) {
   const MemberHeader header = HeaderOf(source);
   Target target = OpenTarget(source, source.path + options_.suffix);
   Progress progress(source.name(), source.size(), WantsProgress(source));
-  Input input(source.descriptor, source.name(), progress);
+  Input input(source.descriptor.number(), source.name(), progress);
   Output output(target.descriptor(), target.name(), kOutputBufferBytes);
   const uint64_t framingBytes = Compress(input, header, options_.level, output);
   progress.Finish();
@@ -128,7 +120,7 @@ void Jobs::CompressSource(const Source& source) {
 
 void Jobs::DecompressSource(const Source& source) {
   Progress progress(source.name(), source.size(), WantsProgress(source));
-  Input input(source.descriptor, source.name(), progress);
+  Input input(source.descriptor.number(), source.name(), progress);
   Decompressor decompressor(input);
 
   // As cat would do: with -cdf, what is not compressed is passed on.
@@ -154,7 +146,7 @@ void Jobs::DecompressSource(const Source& source) {
 
 void Jobs::ReadSource(const Source& source) {
   Progress progress(source.name(), source.size(), WantsProgress(source));
-  Input input(source.descriptor, source.name(), progress);
+  Input input(source.descriptor.number(), source.name(), progress);
   Decompressor decompressor(input);
   const MemberHeader& header = decompressor.ReadFirstHeader();
   Output nowhere(kOutputBufferBytes);
@@ -190,7 +182,7 @@ MemberHeader Jobs::HeaderOf(const Source& source) {
 
 Target Jobs::OpenTarget(const Source& source, const std::string& path) const {
   if (WritesToStdout(source)) return Target();
-  return Target(path, source.path, source.status, options_.force);
+  return ReplacementOf(source, path, options_.force);
 }
 
 // The name that a decompressed file gets, or that -l shows.

@@ -1,10 +1,9 @@
 // The work on the files of the command line.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
 
+#include "common/input_file.h"
 #include "common/messages.h"
 #include "common/target.h"
 #include "zelgzip/decompress.h"
@@ -21,20 +20,11 @@ class Jobs {
   int Run();
 
  private:
-  // An open file, or standard input.
-  struct Source {
-    std::string path;  // empty for standard input
-    int descriptor;
-    struct stat status;
-
-    std::string name() const { return path.empty() ? "stdin" : path; }
-    uint64_t size() const { return S_ISREG(status.st_mode) ? static_cast<uint64_t>(status.st_size) : 0; }
-  };
+  using Source = example::InputFile;
 
   void TakePath(const std::string& path);
   void TakeDirectory(const std::string& path);
   void TakeFile(const std::string& path);
-  void TakeStandardInput();
   void Take(const Source& source);
 
   void CompressSource(const Source& source);

@@ -13,20 +13,27 @@ namespace zeldc {
 
 namespace {
 
-inline constexpr int kMaxLimit = 15;
-
 // A used symbol: its frequency above its number, so that leaves in numeric order are in the order of frequency.
 using Leaf = uint64_t;
 constexpr Leaf MakeLeaf(uint32_t frequency, int symbol) { return Leaf{frequency} << 16 | static_cast<Leaf>(symbol); }
 constexpr uint32_t FrequencyOf(Leaf leaf) { return static_cast<uint32_t>(leaf >> 16); }
 constexpr int SymbolOf(Leaf leaf) { return static_cast<int>(leaf & 0xFFFF); }
 
-// depths[i] of the i-th rarest of n >= 2 leaves, in count[depth], cut at `limit`.
-void CountDepths(const Leaf* leaves, int n, int limit, int (&count)[kMaxLimit + 1]) {
+uint16_t Reverse16(uint32_t v) {
+  v = ((v >> 1) & 0x5555) | ((v & 0x5555) << 1);
+  v = ((v >> 2) & 0x3333) | ((v & 0x3333) << 2);
+  v = ((v >> 4) & 0x0F0F) | ((v & 0x0F0F) << 4);
+  return static_cast<uint16_t>((v >> 8) | (v << 8));
+}
+
+}  // namespace
+
+void CountCodeLengths(const uint32_t* weights, int n, int limit, int (&count)[kMaxCodeLimit + 1]) {
   // Nodes 0 .. n-1 are the leaves, n .. 2n-2 the inner nodes as they come about.
   uint32_t weight[2 * kMaxCodeSymbols];
   uint16_t parent[2 * kMaxCodeSymbols];
-  for (int i = 0; i < n; ++i) weight[i] = FrequencyOf(leaves[i]);
+  for (int i = 0; i < n; ++i) weight[i] = weights[i];
+  for (int& c : count) c = 0;
   int leaf = 0;
   int inner = n;
   for (int node = n; node < 2 * n - 1; ++node) {
@@ -65,15 +72,6 @@ void CountDepths(const Leaf* leaves, int n, int limit, int (&count)[kMaxLimit + 
   }
 }
 
-uint16_t Reverse16(uint32_t v) {
-  v = ((v >> 1) & 0x5555) | ((v & 0x5555) << 1);
-  v = ((v >> 2) & 0x3333) | ((v & 0x3333) << 2);
-  v = ((v >> 4) & 0x0F0F) | ((v & 0x0F0F) << 4);
-  return static_cast<uint16_t>((v >> 8) | (v << 8));
-}
-
-}  // namespace
-
 void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8_t* lengths) {
   Leaf leaves[kMaxCodeSymbols];
   int n = 0;
@@ -86,8 +84,10 @@ void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8
   }
   std::sort(leaves, leaves + n);
 
-  int count[kMaxLimit + 1] = {};
-  CountDepths(leaves, n, limit, count);
+  uint32_t weights[kMaxCodeSymbols];
+  for (int k = 0; k < n; ++k) weights[k] = FrequencyOf(leaves[k]);
+  int count[kMaxCodeLimit + 1];
+  CountCodeLengths(weights, n, limit, count);
   int i = 0;
   for (int length = limit; length > 0; --length) {
     for (int k = count[length]; k > 0; --k) lengths[SymbolOf(leaves[i++])] = static_cast<uint8_t>(length);
@@ -95,11 +95,10 @@ void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8
 }
 
 void BuildReversedCodes(const uint8_t* lengths, int symbols, uint16_t* codes) {
-  uint32_t count[kMaxLimit + 1] = {};
+  uint32_t count[kMaxCodeLimit + 1] = {};
   for (int i = 0; i < symbols; ++i) ++count[lengths[i]];
-  count[0] = 0;
-  uint32_t next[kMaxLimit + 1] = {};
-  for (int length = 1; length <= kMaxLimit; ++length) next[length] = (next[length - 1] + count[length - 1]) << 1;
+  uint32_t next[kMaxCodeLimit + 1] = {};
+  FirstCodes(count, kMaxCodeLimit, next);
   for (int i = 0; i < symbols; ++i) {
     const int length = lengths[i];
     codes[i] = length ? static_cast<uint16_t>(Reverse16(next[length]++) >> (16 - length)) : uint16_t{0};

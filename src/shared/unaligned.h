@@ -35,4 +35,15 @@ inline void StoreLE(void* p, T v) {
   StoreNative<T>(p, std::endian::native == std::endian::little ? v : ByteSwap(v));
 }
 
+template <typename T>
+inline T LoadBE(const void* p) {
+  const T v = LoadNative<T>(p);
+  return std::endian::native == std::endian::big ? v : ByteSwap(v);
+}
+
+template <typename T>
+inline void StoreBE(void* p, T v) {
+  StoreNative<T>(p, std::endian::native == std::endian::big ? v : ByteSwap(v));
+}
+
 }  // namespace zeldc

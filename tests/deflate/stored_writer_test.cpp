@@ -35,8 +35,6 @@ class StoredWriter : public testing::Test {
   const EncoderRecord record_{zelLZ77LevelNormal, zelLZ77CheckNone};
 };
 
-void Append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
-
 // Repeats a call with the bytes that are left and at most `room` bytes of output until it is done.
 Written StoreInPieces(zelLZ77State* record, const Bytes& source, size_t room, zelLZ77FlushMode flush) {
   Random random(room);

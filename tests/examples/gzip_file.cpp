@@ -18,8 +18,6 @@ void AppendText(Bytes& to, const std::optional<Bytes>& text) {
 
 }  // namespace
 
-void Append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
-
 Bytes GzipHeader(const GzipFields& fields) {
   const int flags = fields.flags | (fields.header_crc ? 2 : 0) | (fields.extra ? 4 : 0) | (fields.name ? 8 : 0) |
                     (fields.comment ? 16 : 0);

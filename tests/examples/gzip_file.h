@@ -26,6 +26,4 @@ Bytes GzipFile(const Bytes& data, const GzipFields& fields = {});
 // The same around a Deflate stream that is given, with the trailer of `data`.
 Bytes GzipFileAround(const Bytes& stream, const Bytes& data);
 
-void Append(Bytes& to, const Bytes& more);
-
 }  // namespace zeldc_test

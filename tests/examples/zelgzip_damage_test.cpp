@@ -25,10 +25,6 @@ class ZelgzipDamage : public ShellTest {
     EXPECT_EQ(Files(), Names{"x.gz"});
     EXPECT_EQ(Read("x.gz"), file);
   }
-
-  static Bytes Front(const Bytes& file, size_t size) {
-    return Bytes(file.begin(), file.begin() + static_cast<ptrdiff_t>(size));
-  }
 };
 
 TEST_F(ZelgzipDamage, EveryTruncationIsAnUnexpectedEnd) {

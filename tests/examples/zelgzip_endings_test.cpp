@@ -2,33 +2,16 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-#include <chrono>
-#include <functional>
-#include <thread>
 
 #include "shell.h"
 #include "support/data.h"
+#include "terminal.h"
 
 namespace zeldc_test {
 namespace {
 
 using Names = std::vector<std::string>;
-
-// Long enough for the slowest machine: only a failing test waits so long.
-constexpr auto kPatience = std::chrono::seconds(120);
-
-bool Eventually(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
-}
 
 class ZelgzipEndings : public ShellTest {};
 
@@ -104,44 +87,6 @@ TEST_F(ZelgzipEndings, AnIgnoredSignalStaysIgnored) {
   EXPECT_EQ(Wait(process).status, 0);
   EXPECT_EQ(Run("zelgzip -dc out.gz").out, "data");
 }
-
-// A pseudo-terminal: what programs write to `name()` can be read here.
-class Terminal {
- public:
-  Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
-    if (master_ >= 0 && grantpt(master_) == 0 && unlockpt(master_) == 0) {
-      name_ = ptsname(master_);
-      slave_ = open(name_.c_str(), O_RDWR | O_NOCTTY);
-      fcntl(master_, F_SETFL, O_NONBLOCK);
-    }
-  }
-  ~Terminal() {
-    if (slave_ >= 0) close(slave_);
-    if (master_ >= 0) close(master_);
-  }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
-
-  bool works() const { return slave_ >= 0; }
-  const std::string& name() const { return name_; }
-
-  // Everything written so far.
-  const std::string& Text() {
-    char buffer[4096];
-    ssize_t count;
-    while ((count = read(master_, buffer, sizeof buffer)) > 0) text_.append(buffer, static_cast<size_t>(count));
-    return text_;
-  }
-  void Type(const std::string& keys) const {
-    EXPECT_EQ(write(master_, keys.data(), keys.size()), ssize_t(keys.size()));
-  }
-
- private:
-  int master_;
-  int slave_ = -1;
-  std::string name_;
-  std::string text_;
-};
 
 class ZelgzipTerminal : public ZelgzipEndings {
  protected:
