@@ -95,5 +95,7 @@ void Register(const std::string& name, size_t bytes, std::function<Task()> make)
 
 // The families.
 void RegisterChecksums(bool ladder);
+void RegisterReduction();
+void RegisterBzip2Stages(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);
