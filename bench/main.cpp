@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   }
 
   RegisterChecksums(ladder);
+  for (const auto& sample : samples) RegisterBzip2Huffman(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   benchmark::RunSpecifiedBenchmarks();

@@ -17,10 +17,12 @@ from typing import NamedTuple, Optional
 
 from chart import draw
 
-TITLES = {"checksum": "Checksums", "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
+TITLES = {"checksum": "Checksums", "bzip2-huffman": "bzip2 Huffman stage", "inflate": "Deflate decoding",
+          "deflate": "Deflate encoding"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
+          "init": "making of codes", "encode": "writing of symbols", "decode": "reading of a block",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
-OF_FILES = ("inflate", "deflate")  # families whose cases are files; elsewhere they are sizes
+OF_FILES = ("bzip2-huffman", "inflate", "deflate")  # families whose cases are files; elsewhere they are sizes
 ALL_FILES = "all files"
 
 
@@ -28,6 +30,7 @@ class Result(NamedTuple):
     size: float  # bytes of uncompressed data
     seconds: float
     output: float  # bytes of compressed data; 0 where nothing is compressed
+    symbols: float  # worked on; 0 where there are none
 
     @property
     def speed(self) -> float:
@@ -83,7 +86,8 @@ def read(path: str) -> dict:
             unit = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[entry["time_unit"]]
             seconds = entry["cpu_time"] * unit
             samples[entry["name"]].append(
-                Result(entry["bytes_per_second"] * seconds, seconds, entry.get("output", 0)))
+                Result(entry["bytes_per_second"] * seconds, seconds, entry.get("output", 0),
+                       entry.get("symbols", 0)))
     families = {}
     for name, runs in samples.items():
         key, stage, coder, case = name.split("/", 3)
@@ -148,7 +152,22 @@ def report_side_by_side(family: Family):
             label = row_label(stage, coder, "" if case == ALL_FILES else case)
             bars.append((label, [(peer, ours.speed / result.speed, "") for peer, result in results]))
     print_table(header, rows)
+    report_symbols(family)
     return bars
+
+
+def report_symbols(family: Family):
+    """Prints the time for a symbol where a family works on symbols."""
+    rows = []
+    for stage in family.stages:
+        for coder in family.coders:
+            results = [family.get(stage, coder, case) for case in family.cases]
+            if all(result and result.symbols for result in results):
+                times = [f"{1e9 * result.seconds / result.symbols:.2f}" for result in results]
+                rows.append([STAGES.get(stage, stage) + ", " + coder] + times)
+    if rows:
+        print("\nNanoseconds a symbol")
+        print_table([""] + family.cases, rows)
 
 
 def fair_level(family: Family, peer: str, case: str, ours: Result):
