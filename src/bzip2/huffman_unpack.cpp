@@ -37,7 +37,6 @@ bool MakeDecodeTable(const uint8_t* lengths, int n, DecodeTable* table) {
       places += count[length];
     }
   }
-  table->longest = static_cast<uint8_t>(longest);
 
   for (int v = 0; v < n; ++v) {
     const int length = lengths[v];

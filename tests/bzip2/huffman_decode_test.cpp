@@ -259,6 +259,26 @@ TEST(Bzip2HuffmanDecode, ADestinationOf7EntersAGroupWithEachCall) {
                std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin()));
 }
 
+TEST(Bzip2HuffmanDecode, LargeCallsEndWhereTheModelsDo) {
+  // Long codes among short ones, with rooms and pieces around those from which on a call makes tables of its own.
+  const Block block = ChangingBlock(258, 60000, 1);
+  const Bytes stream = Encode(block).ToBytes(3);
+  for (size_t room : {16383u, 16384u, 16399u, 16400u, 16401u, 16402u, 20000u, 59999u, 60000u, 60001u}) {
+    const Decoded decoded = DecodeBesideModel(258, stream, 1000000, room);
+    ASSERT_FALSE(HasFailure()) << room;
+    if (room >= 59999 || room % 50 == 0) {
+      EXPECT_TRUE(
+          std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin(), block.symbols.end() - 1));
+    }
+  }
+  for (size_t piece = 8190; piece < 9000; piece += 101) {
+    const Decoded decoded = DecodeBesideModel(258, stream, piece, 100000);
+    ASSERT_EQ(decoded.status, zelOk) << piece;
+    ASSERT_TRUE(
+        std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin(), block.symbols.end() - 1));
+  }
+}
+
 TEST(Bzip2HuffmanDecode, TheEndOfTheBlockStandsBehindTheCountedSymbols) {
   const Block block = RandomBlock(90, 200, 1, 1);
   const Bytes stream = Encode(block).ToBytes(3);
