@@ -11,7 +11,9 @@
 //   going down   S behind S, then L behind S
 //
 // All queues together have as many places as the block has bytes. The last byte of a rotation, which is the output, is
-// known when its place is found.
+// known when its place is found. In the last run, which has to tell the row of each rotation, that byte shares a word
+// with the position where positions fit 23 bits; one array in the order of rows then takes the place of the queues,
+// since to write both costs more than the coin tosses.
 //
 // Bound by the cache misses of looking up two bytes of text for each rotation, and of its place. Positions are known
 // well ahead, so the text is fetched early.
@@ -67,6 +69,9 @@ class ByteInduction {
   // rotation 0. The text may have moved.
   uint32_t Transform(const uint8_t* text, uint8_t* dst) {
     symbols_ = text;
+    if constexpr (sizeof(Pos) == sizeof(uint32_t)) {
+      if (len_ <= kMaxPacked) return TransformPacked(dst);
+    }
     return Run<true>(dst);
   }
 
@@ -154,6 +159,72 @@ class ByteInduction {
       for (uint32_t k = smallerBehindSmaller_[c + 1]; k-- > queue[2 * c];) goDown(k);
       for (uint32_t k = largerBehindSmaller_[c + 1]; k-- > largerBehindSmaller_[c];) goDown(k);
     }
+    return index;
+  }
+
+  // A word of a position below 2^23, a mark and the rotation's last byte.
+  static constexpr uint32_t kMaxPacked = 1u << 23;
+  static constexpr uint32_t kMark = kMaxPacked;
+
+  ZELDC_ALWAYS_INLINE void FetchPacked(uint32_t k) const {
+    const uintptr_t text = reinterpret_cast<uintptr_t>(symbols_);
+    __builtin_prefetch(reinterpret_cast<const void*>(text + (order_[k] & (kMaxPacked - 1))));
+  }
+
+  // On the way up a mark says that the rotation before is of type S, and waits for the way down.
+  uint32_t TransformPacked(uint8_t* dst) {
+    uint32_t index = 0;
+    uint32_t row[256];
+    // The rotation before pos, which begins with `first`. takeRow(first) is its row; isMarked(last, first).
+    auto put = [&](uint32_t pos, uint8_t first, auto takeRow, auto isMarked) ZELDC_LAMBDA_INLINE {
+      uint32_t before = pos - 1;
+      uint8_t last;
+      if (ZELDC_LIKELY(pos > 1)) {
+        last = symbols_[pos - 2];
+      } else {
+        last = symbols_[len_ - 2 + pos];
+        if (pos == 0) before = len_ - 1;
+      }
+      const uint32_t place = takeRow(first);
+      order_[place] = uint32_t{last} << 24 | (isMarked(last, first) ? kMark : 0) | before;
+      if (ZELDC_UNLIKELY(before == 0)) index = place;
+    };
+
+    // The sorted LMS rotations go to the ends of their buckets.
+    for (int c = 255; c >= 0; --c) {
+      const uint32_t count = lms_[c + 1] - lms_[c];
+      memmove(order_ + (buckets_[c + 1] - count), order_ + lms_[c], count * sizeof(Pos));
+    }
+    memcpy(row, buckets_, sizeof(row));
+    auto goUp = [&](uint32_t pos, uint8_t first) ZELDC_LAMBDA_INLINE {
+      put(
+          pos, first, [&](uint8_t c) ZELDC_LAMBDA_INLINE { return row[c]++; },
+          [](uint8_t last, uint8_t c) ZELDC_LAMBDA_INLINE { return last < c; });
+    };
+    for (int c = 0; c < 256; ++c) {
+      for (uint32_t k = buckets_[c]; k < row[c]; ++k) {
+        if (k + kFetchAhead < len_) FetchPacked(k + kFetchAhead);
+        const uint32_t entry = order_[k];
+        if (!(entry & kMark)) goUp(entry & (kMaxPacked - 1), static_cast<uint8_t>(entry >> 24));
+      }
+      for (uint32_t k = buckets_[c + 1] - (lms_[c + 1] - lms_[c]); k < buckets_[c + 1]; ++k) {
+        if (k + kFetchAhead < len_) FetchPacked(k + kFetchAhead);
+        const uint32_t pos = order_[k];
+        goUp(pos, symbols_[pos == 0 ? len_ - 1 : pos - 1]);
+      }
+    }
+
+    memcpy(row, buckets_ + 1, sizeof(row));
+    for (uint32_t k = len_; k-- > 0;) {
+      if (k >= kFetchAhead) FetchPacked(k - kFetchAhead);
+      const uint32_t entry = order_[k];
+      if (!(entry & kMark)) continue;
+      put(
+          entry & (kMaxPacked - 1), static_cast<uint8_t>(entry >> 24),
+          [&](uint8_t c) ZELDC_LAMBDA_INLINE { return --row[c]; },
+          [](uint8_t last, uint8_t c) ZELDC_LAMBDA_INLINE { return last <= c; });
+    }
+    for (uint32_t k = 0; k < len_; ++k) dst[k] = static_cast<uint8_t>(order_[k] >> 24);
     return index;
   }
 
