@@ -1,0 +1,13 @@
+// zelbzip2: compresses and decompresses files in the bzip2 format with the zeldc library.
+
+#include "common/new_file.h"
+#include "zelbzip2/jobs.h"
+#include "zelbzip2/options.h"
+
+int main(int argc, char** argv) {
+  int exitStatus;
+  const auto options = zelbzip2::ParseOptions(argc, argv, exitStatus);
+  if (!options) return exitStatus;
+  example::RemoveNewFileOnSignals();
+  return zelbzip2::Jobs(*options).Run();
+}
