@@ -96,5 +96,6 @@ void Register(const std::string& name, size_t bytes, std::function<Task()> make)
 // The families.
 void RegisterChecksums(bool ladder);
 void RegisterBwt(Sample& sample);
+void RegisterBzip2Chain(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);

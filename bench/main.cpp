@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
 
   RegisterChecksums(ladder);
   for (const auto& sample : samples) RegisterBwt(*sample);
+  for (const auto& sample : samples) RegisterBzip2Chain(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   benchmark::RunSpecifiedBenchmarks();

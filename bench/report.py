@@ -17,10 +17,12 @@ from typing import NamedTuple, Optional
 
 from chart import draw
 
-TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
+TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform",
+          "bzip2": "bzip2, the whole chain in one thread", "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
+          "compress": "compressing", "decompress": "decompressing",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
-OF_FILES = ("bwt", "inflate", "deflate")  # families whose cases are files; elsewhere they are sizes
+OF_FILES = ("bwt", "bzip2", "inflate", "deflate")  # families whose cases are files; elsewhere they are sizes
 ALL_FILES = "all files"
 
 
@@ -148,7 +150,22 @@ def report_side_by_side(family: Family):
             label = row_label(stage, coder, "" if case == ALL_FILES else case)
             bars.append((label, [(peer, ours.speed / result.speed, "") for peer, result in results]))
     print_table(header, rows)
+    report_sizes(family)
     return bars
+
+
+def report_sizes(family: Family):
+    """Prints what a stage that compresses makes of the files, beside the peers."""
+    rows = []
+    for stage, coder, case, ours, peers in side_by_side(family):
+        for peer, result in peers:
+            if ours.output and result.output:
+                larger = 100 * (ours.output / result.output - 1)
+                rows.append([row_label(stage, coder, case), f"{ours.output:,.0f}", peer, f"{result.output:,.0f}",
+                             f"{larger:+.2f}"])
+    if rows:
+        print("\nCompressed bytes")
+        print_table(["", "zeldc", "peer", "", "% larger"], rows)
 
 
 def fair_level(family: Family, peer: str, case: str, ours: Result):
