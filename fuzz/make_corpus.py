@@ -61,6 +61,16 @@ ENCODERS = [
 ]
 
 
+# Options of the bzip2 chain: pieces and room of the run-length code, pieces of move-to-front, room of the zero runs,
+# pieces of the Huffman code; length of runs, repeats.
+CHAINS = [
+    bytes([0, 0, 0, 0, 0, 0, 0, 0]),
+    bytes([1, 1, 1, 1, 1, 5, 1, 1]),
+    bytes([20, 3, 100, 19, 7, 4, 1, 7]),
+    bytes([130, 140, 2, 21, 150, 231, 3, 3]),
+]
+
+
 def inputs():
     for i, (name, stream) in enumerate(streams()):
         split = SPLITS[i % len(SPLITS)]
@@ -73,6 +83,8 @@ def inputs():
                 yield "fuzz_deflate_roundtrip", f"{name}-{j}", encoder + split + bytes([i % 3, 9, j]) + data
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_bwt", name, bytes([i, 0, 1 + i * i, i % 4]) + bytes(range(2 * (i % 4))) + data
+        for j, chain in enumerate(CHAINS):
+            yield "fuzz_bzip2_roundtrip", f"{name}-{j}", chain + data
     generator = random.Random(2)
     for i in range(16):
         calls = generator.randbytes(2)
