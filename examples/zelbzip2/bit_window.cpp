@@ -29,7 +29,7 @@ constexpr Starts StartsByByte(int byte) {
   Starts starts{};
   for (const uint64_t mark : {kBlockMark, kStreamEnd}) {
     for (int bit = 0; bit < 8; ++bit) {
-      const uint64_t value = mark << (8 - bit) >> (8 * (6 - byte)) & 0xFF;
+      const auto value = static_cast<uint8_t>(mark << (8 - bit) >> (8 * (6 - byte)));
       starts[value] = static_cast<uint8_t>(starts[value] | 1u << bit);
     }
   }
