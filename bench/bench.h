@@ -97,5 +97,7 @@ void Register(const std::string& name, size_t bytes, std::function<Task()> make)
 void RegisterChecksums(bool ladder);
 void RegisterBwt(Sample& sample);
 void RegisterBzip2Chain(Sample& sample);
+void RegisterReduction();
+void RegisterBzip2Stages(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);

@@ -1,6 +1,7 @@
 // Usage: bench_zeldc [--benchmark_...] [--ladder] [--] [FILE...]
 //
-// Measures the checksums, and with files the decoders and encoders on each of them, beside zlib and libdeflate.
+// Measures the checksums and dictionary reduction, and with files the stages of block sorting, the decoders and the
+// encoders on each of them, beside zlib, libdeflate and plain loops.
 
 #include <memory>
 #include <string>
@@ -34,6 +35,8 @@ int main(int argc, char** argv) {
   RegisterChecksums(ladder);
   for (const auto& sample : samples) RegisterBwt(*sample);
   for (const auto& sample : samples) RegisterBzip2Chain(*sample);
+  RegisterReduction();
+  for (const auto& sample : samples) RegisterBzip2Stages(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   benchmark::RunSpecifiedBenchmarks();

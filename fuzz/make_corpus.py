@@ -91,6 +91,10 @@ def inputs():
         for _ in range(generator.randint(5, 30)):
             calls += bytes([generator.randrange(256)]) + generator.randbytes(generator.randint(2, 40))
         yield "fuzz_hostile_pairs", f"calls-{i}", calls
+    # Sizes of rooms and pieces, a divisor or longest run, and for zero runs the length of a long one.
+    for i, (name, data) in enumerate(texts()):
+        yield "fuzz_zero_run", name, bytes([40 * i, i, 3 * i, 17 * i, 2 * i]) + data
+        yield "fuzz_run_length", name, bytes([90 * i % 256, 2 * i, 31 * i, i % 2, 47 * i % 256, i % 3, 30 * i]) + data
 
 
 for target, name, content in inputs():
