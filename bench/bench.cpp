@@ -65,5 +65,6 @@ void Register(const std::string& name, size_t bytes, std::function<Task()> make)
     for (auto _ : state) (*task)->run();
     state.SetBytesProcessed(static_cast<int64_t>(bytes) * static_cast<int64_t>(state.iterations()));
     if ((*task)->output_size > 0) state.counters["output"] = static_cast<double>((*task)->output_size);
+    if ((*task)->symbols > 0) state.counters["symbols"] = static_cast<double>((*task)->symbols);
   });
 }

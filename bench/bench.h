@@ -87,6 +87,7 @@ class Output {
 struct Task {
   std::function<void()> run;
   size_t output_size = 0;  // of a compressor: bytes
+  size_t symbols = 0;      // of a stage that works on symbols: how many
 };
 
 // Registers a benchmark that works through `bytes` bytes. `make` allocates what the work needs and verifies its result;
@@ -99,5 +100,6 @@ void RegisterBwt(Sample& sample);
 void RegisterBzip2Chain(Sample& sample);
 void RegisterReduction();
 void RegisterBzip2Stages(Sample& sample);
+void RegisterBzip2Huffman(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);

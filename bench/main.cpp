@@ -37,6 +37,7 @@ int main(int argc, char** argv) {
   for (const auto& sample : samples) RegisterBzip2Chain(*sample);
   RegisterReduction();
   for (const auto& sample : samples) RegisterBzip2Stages(*sample);
+  for (const auto& sample : samples) RegisterBzip2Huffman(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   benchmark::RunSpecifiedBenchmarks();

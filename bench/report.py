@@ -18,16 +18,19 @@ from typing import NamedTuple, Optional
 from chart import draw
 
 TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "stages": "Stages of block sorting",
-          "bzip2": "bzip2, the whole chain in one thread", "reduction": "Dictionary reduction",
+          "bzip2-huffman": "bzip2 Huffman stage", "bzip2": "bzip2, the whole chain in one thread",
+          "reduction": "Dictionary reduction",
           "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
           "mtf-forward": "move-to-front", "mtf-inverse": "inverse move-to-front",
           "zero-run-encode": "zero runs, encoding", "zero-run-decode": "zero runs, decoding",
           "run-length-encode": "bzip2 run lengths, encoding", "run-length-decode": "bzip2 run lengths, decoding",
           "pairs-encode": "plain run lengths, encoding", "pairs-decode": "plain run lengths, decoding",
+          "init": "making of codes", "encode": "writing of symbols", "decode": "reading of a block",
           "compress": "compressing", "decompress": "decompressing",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
-OF_FILES = ("bwt", "stages", "bzip2", "inflate", "deflate")  # families whose cases are files; elsewhere they are sizes
+# Families whose cases are files; elsewhere they are sizes.
+OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "inflate", "deflate")
 ALL_FILES = "all files"
 REAL_TIME = "/real_time"  # ends the names of benchmarks with threads, whose speed the clock on the wall tells
 
@@ -36,6 +39,7 @@ class Result(NamedTuple):
     size: float  # bytes of uncompressed data
     seconds: float
     output: float  # bytes of compressed data; 0 where nothing is compressed
+    symbols: float  # worked on; 0 where there are none
 
     @property
     def speed(self) -> float:
@@ -92,7 +96,8 @@ def read(path: str) -> dict:
             name = entry["name"].removesuffix(REAL_TIME)
             seconds = entry["cpu_time" if name == entry["name"] else "real_time"] * unit
             samples[name].append(
-                Result(entry["bytes_per_second"] * seconds, seconds, entry.get("output", 0)))
+                Result(entry["bytes_per_second"] * seconds, seconds, entry.get("output", 0),
+                       entry.get("symbols", 0)))
     families = {}
     for name, runs in samples.items():
         key, stage, coder, case = name.split("/", 3)
@@ -158,6 +163,7 @@ def report_side_by_side(family: Family):
             bars.append((label, [(peer, ours.speed / result.speed, "") for peer, result in results]))
     print_table(header, rows)
     report_sizes(family)
+    report_symbols(family)
     return bars
 
 
@@ -173,6 +179,20 @@ def report_sizes(family: Family):
     if rows:
         print("\nCompressed bytes")
         print_table(["", "zeldc", "peer", "", "% larger"], rows)
+
+
+def report_symbols(family: Family):
+    """Prints the time for a symbol where a family works on symbols."""
+    rows = []
+    for stage in family.stages:
+        for coder in family.coders:
+            results = [family.get(stage, coder, case) for case in family.cases]
+            if all(result and result.symbols for result in results):
+                times = [f"{1e9 * result.seconds / result.symbols:.2f}" for result in results]
+                rows.append([STAGES.get(stage, stage) + ", " + coder] + times)
+    if rows:
+        print("\nNanoseconds a symbol")
+        print_table([""] + family.cases, rows)
 
 
 def fair_level(family: Family, peer: str, case: str, ours: Result):

@@ -48,6 +48,37 @@ def streams():
     yield "mismatch", bytes.fromhex("010500faf0")
 
 
+# bzip2's Huffman stage: a description of tables with the given code lengths, and bytes behind it.
+def huffman_block(lengths, selectors, coded):
+    bits = f"{len(lengths):03b}{len(selectors):015b}"
+    order = list(range(6))
+    for selector in selectors:
+        place = order.index(selector)
+        bits += "1" * place + "0"
+        order.insert(0, order.pop(place))
+    for table in lengths:
+        current = table[0]
+        bits += f"{current:05b}"
+        for length in table:
+            bits += ("10" if length > current else "11") * abs(length - current) + "0"
+            current = length
+    bits += "".join(f"{byte:08b}" for byte in coded)
+    bits += "0" * (-len(bits) % 8)
+    return int(bits, 2).to_bytes(len(bits) // 8, "big")
+
+
+def huffman_blocks():
+    generator = random.Random(3)
+    noise = generator.randbytes(200)
+    yield "flat", 256, huffman_block([[8] * 256] * 2, [0, 1, 0], noise)
+    yield "ladder", 21, huffman_block([[*range(1, 21), 20], [20, *range(20, 0, -1)]], [1, 0], noise + b"\xff" * 50)
+    yield "six", 4, huffman_block([[1, 2, 3, 3], [2] * 4] * 3, [5, 4, 3, 2, 1, 0], noise)
+    yield "incomplete", 3, huffman_block([[2, 9, 20]] * 2, [0], noise)
+    yield "one", 1, huffman_block([[1]] * 2, [0], b"")
+    yield "over", 3, huffman_block([[1, 1, 1]] * 2, [0], noise)
+    yield "long", 3, huffman_block([[1, 2, 2]] * 2, [0] * 400, generator.randbytes(300))
+
+
 # Options of the decoder: pieces of source, room and pairs, seed of the split, dictionary.
 SPLITS = [bytes([0, 0, 0, 0, 0]), bytes([1, 1, 1, 0, 0]), bytes([20, 200, 30, 7, 0]), bytes([3, 5, 2, 0, 3])]
 
@@ -72,6 +103,11 @@ CHAINS = [
 
 
 def inputs():
+    for i, (name, symbols, block) in enumerate(huffman_blocks()):
+        yield "fuzz_bzip2_huffman", name, bytes([0]) + (symbols - 1).to_bytes(2, "little") + bytes([i % 4]) + block
+    for i, (name, data) in enumerate(texts()):
+        options = (257 - 40 * i).to_bytes(2, "little") + bytes([7 * i, 9 * i])
+        yield "fuzz_bzip2_huffman", f"symbols-{name}", bytes([1]) + options + data
     for i, (name, stream) in enumerate(streams()):
         split = SPLITS[i % len(SPLITS)]
         yield "fuzz_inflate_bytes", name, split + stream

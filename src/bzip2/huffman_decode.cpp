@@ -1,8 +1,12 @@
 // Bits to symbols: each group of 50 with the code that its selector names.
 //
-// The inner part decodes whole groups while the source has what a group can take and the destination has its room: the
-// next bits stay in local variables, filled up by eight bytes at once, several symbols a filling, as many as the
-// table's longest code allows. The careful part looks at every bit and byte.
+// Much input is decoded by tables that the call makes for itself: a look-up of ten bits gives two symbols where their
+// codes fit, in one store and one step of the bits. So one wait for memory serves nearly two symbols of usual data,
+// where the tables of the record, a quarter of the size, make each symbol wait. Making them costs as much as some
+// thousand symbols, so small calls do without. Codes that are longer, and the end of the block, are left to the
+// record's tables.
+
+#include <algorithm>
 
 #include "bzip2/huffman_decode_state.h"
 #include "shared/bits_msb.h"
@@ -13,9 +17,6 @@ namespace {
 
 // Bits that must be there before a symbol is decoded, whatever its length: part of the contract.
 constexpr uint32_t kBitsPerSymbol = kMaxReadLength;
-
-// What a group can take, and what a filling reads beyond it.
-constexpr ptrdiff_t kSourceOfGroup = kGroupSize * kMaxReadLength / 8 + 16;
 
 // Decodes one symbol, of whose code all bits are there. Answers its length.
 ZELDC_ALWAYS_INLINE uint32_t DecodeSymbol(const DecodeTable& table, uint64_t bits, uint32_t* symbol) {
@@ -30,9 +31,58 @@ ZELDC_ALWAYS_INLINE uint32_t DecodeSymbol(const DecodeTable& table, uint64_t bit
   while (code >= table.ends[level]) ++level;
   const uint32_t length = DecodeTable::kFastBits + level;
   const uint32_t place = table.bases[level] + (code >> (kMaxReadLength - length));
-  *symbol = table.longSymbols[place < table.lastLong ? place : table.lastLong];
+  *symbol = table.longSymbols[std::min<uint32_t>(place, table.lastLong)];
   return length;
 }
+
+// What the next ten bits hold: up to two symbols, none of them the end of the block.
+class PairTable {
+ public:
+  static constexpr uint32_t kBits = 10;
+  static constexpr int kPerFilling = 56 / kBits;  // look-ups
+
+  // From bit 0 the first symbol, from bit 9 the number of symbols, from bit 16 the second symbol, from bit 26 the bits
+  // of all. 0: neither.
+  using Entry = uint32_t;
+  static constexpr Entry MakeEntry(uint32_t symbol, uint32_t length) { return symbol | 1u << 9 | length << 26; }
+  static constexpr Entry Join(Entry a, Entry b) {
+    return (a & 511) | 2u << 9 | (b & 511) << 16 | (LengthOf(a) + LengthOf(b)) << 26;
+  }
+  static constexpr uint32_t CountOf(Entry entry) { return entry >> 9 & 3; }
+  static constexpr uint32_t LengthOf(Entry entry) { return entry >> 26; }
+  static ZELDC_ALWAYS_INLINE void StoreBoth(Entry entry, uint16_t* out) {
+    if constexpr (std::endian::native == std::endian::little) {
+      StoreNative<uint32_t>(out, entry & 0x01FF01FF);
+    } else {
+      out[0] = entry & 511;
+      out[1] = entry >> 16 & 511;
+    }
+  }
+
+  void Make(const DecodeTable& table, uint32_t endOfBlock) {
+    constexpr uint32_t kSize = 1u << kBits;
+    Entry single[kSize];
+    for (uint32_t i = 0; i < kSize;) {
+      uint32_t symbol;
+      const uint32_t length = DecodeSymbol(table, uint64_t{i} << (64 - kBits), &symbol);
+      const bool isShort = length <= kBits;
+      const uint32_t n = isShort ? 1u << (kBits - length) : 1;
+      std::fill_n(single + i, n, isShort && symbol != endOfBlock ? MakeEntry(symbol, length) : 0);
+      i += n;
+    }
+    for (uint32_t i = 0; i < kSize; ++i) {
+      const Entry first = single[i];
+      const Entry second = single[i << LengthOf(first) & (kSize - 1)];
+      const bool fit = first != 0 && second != 0 && LengthOf(first) + LengthOf(second) <= kBits;
+      entries_[i] = fit ? Join(first, second) : first;
+    }
+  }
+
+  Entry At(uint64_t bits) const { return entries_[bits >> (64 - kBits)]; }
+
+ private:
+  Entry entries_[1 << kBits];
+};
 
 struct Decoder {
   MsbReader in;
@@ -41,72 +91,99 @@ struct Decoder {
   int32_t group;
   int32_t inGroup;  // symbols of the group decoded so far
   uint32_t keep;    // see MsbReader::Settle: bits that whoever loads byte by byte holds behind the last symbol
+
+  // Decodes one symbol, whose bits are there. True at the end of the block, which is not counted.
+  ZELDC_ALWAYS_INLINE bool One(const DecodeTable& table, uint32_t endOfBlock) {
+    uint32_t symbol;
+    const uint32_t length = DecodeSymbol(table, in.bits, &symbol);
+    in.Consume(length);
+    keep = kBitsPerSymbol - length;
+    *out = static_cast<uint16_t>(symbol);
+    if (symbol == endOfBlock) return true;
+    ++out;
+    return false;
+  }
 };
 
-// Decodes `left` symbols, kPerFilling of which surely take at most 56 bits. True at the end of the block.
-template <int kPerFilling>
-ZELDC_ALWAYS_INLINE bool DecodeFast(const DecodeTable& table, uint32_t endOfBlock, int left, Decoder* d) {
-  MsbReader in = d->in;
-  uint16_t* out = d->out;
-  uint32_t length = 0;
+// What a group can take, and what a filling reads beyond it.
+constexpr ptrdiff_t kSourceOfGroup = kGroupSize * kMaxReadLength / 8 + 16;
+
+// Decodes to the end of a group, or to that of the block: true. There is source for a group, and room for more than it.
+// Behind a group, `keep` is not known.
+ZELDC_ALWAYS_INLINE bool DecodeByPairs(const DecodeTable& table, const PairTable& pairs, uint32_t endOfBlock,
+                                       uint16_t* groupEnd, Decoder* decoder) {
+  Decoder d = *decoder;
   bool ended = false;
-  auto one = [&]() ZELDC_LAMBDA_INLINE {
-    uint32_t symbol;
-    length = DecodeSymbol(table, in.bits, &symbol);
-    in.Consume(length);
-    *out = static_cast<uint16_t>(symbol);
-    ended = symbol == endOfBlock;
-    out += !ended;
-    return ended;
-  };
-  while (left > 0 && !ended) {
-    in.RefillWide();
-    if (left >= kPerFilling) {
-      for (int i = 0; i < kPerFilling; ++i) {
-        if (one()) break;
+  while (groupEnd - d.out >= 2 && !ended) {
+    d.in.RefillWide();
+    // No look-up can pass the group's end.
+    int lookUps = static_cast<int>(std::min<ptrdiff_t>((groupEnd - d.out) / 2, PairTable::kPerFilling));
+    do {
+      const PairTable::Entry entry = pairs.At(d.in.bits);
+      if (ZELDC_UNLIKELY(entry == 0)) {
+        d.in.RefillWide();
+        ended = d.One(table, endOfBlock);
+        break;
       }
-      left -= kPerFilling;
-    } else {
-      for (; left > 0 && !one(); --left) {
-      }
-    }
+      PairTable::StoreBoth(entry, d.out);
+      d.out += PairTable::CountOf(entry);
+      d.in.Consume(PairTable::LengthOf(entry));
+    } while (--lookUps > 0);
   }
-  d->in = in;
-  d->out = out;
-  d->keep = kBitsPerSymbol - length;
+  if (d.out < groupEnd && !ended) {
+    d.in.RefillWide();
+    ended = d.One(table, endOfBlock);
+  }
+  *decoder = d;
+  return ended;
+}
+
+// Less output or input than this is not worth the making of tables.
+constexpr ptrdiff_t kManySymbols = 16384;
+constexpr ptrdiff_t kMuchSource = 8192;
+
+const DecodeTable& TableOf(const zelBZ2HuffDecodeState* s, const uint8_t* selectors, int32_t group) {
+  return s->tables[selectors[std::min(group, s->numSelectors - 1)]];
+}
+
+void NextGroup(const zelBZ2HuffDecodeState* s, Decoder* d) {
+  if (d->group < s->numSelectors) ++d->group;
+  d->inGroup = 0;
+}
+
+// Whole groups, as long as there is plenty of source, and room for at least one symbol more. True at the block's end.
+ZELDC_NOINLINE bool ownDecodeMany(const zelBZ2HuffDecodeState* s, const uint8_t* selectors, Decoder* decoder) {
+  const uint32_t endOfBlock = static_cast<uint32_t>(s->alphaSize - 1);
+  PairTable pairs[kMaxHuffTables];
+  for (int t = 0; t < s->numTables; ++t) pairs[t].Make(s->tables[t], endOfBlock);
+  Decoder d = *decoder;
+  bool ended = false;
+  while (!ended && d.in.srcEnd - d.in.src >= kSourceOfGroup && d.outEnd - d.out > kGroupSize) {
+    const DecodeTable& table = TableOf(s, selectors, d.group);
+    ended = DecodeByPairs(table, pairs[&table - s->tables], endOfBlock, d.out + (kGroupSize - d.inGroup), &d);
+    NextGroup(s, &d);
+  }
+  *decoder = d;
   return ended;
 }
 
 zelStatus ownDecodeSymbols(const zelBZ2HuffDecodeState* s, const uint8_t* selectors, Decoder* d) {
   const uint32_t endOfBlock = static_cast<uint32_t>(s->alphaSize - 1);
+  if (d->outEnd - d->out >= kManySymbols && d->in.srcEnd - d->in.src >= kMuchSource &&
+      s->numSelectors - d->group >= kManySymbols / kGroupSize) {
+    if (ownDecodeMany(s, selectors, d)) return zelOk;
+  }
   while (d->out < d->outEnd) {
-    const int32_t known = d->group < s->numSelectors ? d->group : s->numSelectors - 1;
-    const DecodeTable& table = s->tables[selectors[known]];
-    int left = kGroupSize - d->inGroup;
-
-    if (ZELDC_LIKELY(d->in.srcEnd - d->in.src >= kSourceOfGroup && d->outEnd - d->out >= left)) {
-      const bool ended = table.longest <= 11   ? DecodeFast<5>(table, endOfBlock, left, d)
-                         : table.longest <= 14 ? DecodeFast<4>(table, endOfBlock, left, d)
-                         : table.longest <= 18 ? DecodeFast<3>(table, endOfBlock, left, d)
-                                               : DecodeFast<2>(table, endOfBlock, left, d);
-      if (ended) return zelOk;
-    } else {
-      if (d->outEnd - d->out < left) left = static_cast<int>(d->outEnd - d->out);
-      for (; left > 0; --left) {
-        if (!d->in.Has(kBitsPerSymbol)) return zelWarnSrcShort;
-        uint32_t symbol;
-        const uint32_t length = DecodeSymbol(table, d->in.bits, &symbol);
-        d->in.Consume(length);
-        d->keep = kBitsPerSymbol - length;
-        *d->out = static_cast<uint16_t>(symbol);
-        if (symbol == endOfBlock) return zelOk;
-        ++d->out;
-        ++d->inGroup;
+    const DecodeTable& table = TableOf(s, selectors, d->group);
+    const int left = static_cast<int>(std::min<ptrdiff_t>(d->outEnd - d->out, kGroupSize - d->inGroup));
+    for (int i = 0; i < left; ++i) {
+      if (!d->in.Has(kBitsPerSymbol)) {
+        d->inGroup += i;
+        return zelWarnSrcShort;
       }
+      if (d->One(table, endOfBlock)) return zelOk;
     }
-    // A group that the destination cuts short counts as done, too.
-    if (d->group < s->numSelectors) ++d->group;
-    d->inGroup = 0;
+    NextGroup(s, d);  // a group that the destination cuts short counts as done, too
   }
   return zelWarnDstFull;
 }

@@ -29,8 +29,6 @@ struct DecodeTable {
   uint32_t bases[kLevels + 1];  // [k]: added to a code of 8 + k bits, modulo 2^32, its place in longSymbols
   uint16_t fastEnd;             // where the codes of up to 8 bits end, as 8-bit numbers
   uint16_t lastLong;            // the last place in longSymbols
-  uint8_t longest;              // code, in bits
-  uint8_t unused[3];
 
   static constexpr uint16_t FastEntry(int symbol, int length) { return static_cast<uint16_t>(symbol << 6 | length); }
   static constexpr uint16_t SymbolOf(uint16_t entry) { return static_cast<uint16_t>(entry >> 6); }

@@ -1,7 +1,7 @@
 // Symbols to bits: each group of 50 with its own code.
 //
-// Codes wait in a 64-bit accumulator. How many symbols of a table surely fit beside the seven bits that a store leaves
-// there depends on its longest code, and for each such number there is a loop of its own.
+// Three symbols, of at most 17 bits each, fit in a 64-bit accumulator beside the seven bits that a store leaves there.
+// They are joined among themselves first, so that only one shift a store waits for the place where they go.
 
 #include <algorithm>
 
@@ -15,30 +15,37 @@ namespace {
 // What a group can take, and what the last store writes beyond it.
 constexpr int32_t kRoomOfGroup = (7 + kGroupSize * kMaxWrittenLength) / 8 + 8;
 
-// One symbol: `room` is the number of free bits modulo 64, in its low six bits; what stands above has no meaning.
-ZELDC_ALWAYS_INLINE void PutJoined(JoinedCode joined, uint64_t* bits, uint32_t* room) {
-  *room -= joined;
-  *bits |= uint64_t{CodeOf(joined)} << (*room & 63);
+// Bits that wait in a word, `count` of them at most 7, and where they go.
+struct Pending {
+  uint64_t bits;
+  uint32_t count;
+  uint8_t* out;
+};
+
+// The sum of joined codes holds the sum of their lengths in its low six bits; what stands above is carried along.
+template <int kSymbols>
+ZELDC_ALWAYS_INLINE void PutSymbols(const JoinedCode* codes, const uint16_t* src, Pending* p) {
+  static_assert(kSymbols * kMaxWrittenLength + 7 < 64);
+  JoinedCode sum = 0;
+  uint64_t joined = 0;
+  for (int i = 0; i < kSymbols; ++i) {
+    const JoinedCode code = codes[src[i]];
+    joined = joined << (code & 63) | CodeOf(code);
+    sum += code;
+  }
+  const uint32_t count = (p->count + sum) & 63;
+  p->bits |= joined << (-count & 63);
+  StoreBE(p->out, p->bits);
+  p->out += count >> 3;
+  p->bits <<= count & 56;
+  p->count = count & 7;
 }
 
-template <int kSymbols>
-ZELDC_ALWAYS_INLINE void PutSymbols(const JoinedCode* codes, const uint16_t* src, uint64_t* bits, uint32_t* room,
-                                    uint8_t** out) {
-  for (int i = 0; i < kSymbols; ++i) PutJoined(codes[src[i]], bits, room);
-  StoreBE(*out, *bits);
-  const uint32_t count = (0 - *room) & 63;  // at most 63 bits wait
-  *out += count >> 3;
-  *bits <<= count & 56;
-  *room = 0 - (count & 7);
+ZELDC_ALWAYS_INLINE void PutGroup(const JoinedCode* codes, const uint16_t* src, Pending* p) {
+  for (int i = 0; i < 48; i += 3) PutSymbols<3>(codes, src + i, p);
+  PutSymbols<2>(codes, src + 48, p);
 }
-
-template <int kSymbols>
-ZELDC_ALWAYS_INLINE void PutGroup(const JoinedCode* codes, const uint16_t* src, uint64_t* bits, uint32_t* room,
-                                  uint8_t** out) {
-  for (int i = 0; i + kSymbols <= kGroupSize; i += kSymbols) PutSymbols<kSymbols>(codes, src + i, bits, room, out);
-  constexpr int kRest = kGroupSize % kSymbols;
-  if constexpr (kRest > 0) PutSymbols<kRest>(codes, src + kGroupSize - kRest, bits, room, out);
-}
+static_assert(kGroupSize == 50);
 
 void ownEncodeSymbols(const zelBZ2HuffEncodeState* s, const uint8_t* selectors, const uint16_t* src, int32_t srcLen,
                       MsbWriter* writer) {
@@ -49,24 +56,13 @@ void ownEncodeSymbols(const zelBZ2HuffEncodeState* s, const uint8_t* selectors, 
   // At least one symbol is left for the careful part: after the last one nothing is written.
   if (srcLen > kGroupSize && out.outEnd - out.out >= kRoomOfGroup + 4) {
     out.WriteBytes();
-    uint64_t bits = out.bits;
-    uint32_t room = 0 - out.count;
-    uint8_t* next = out.out;
-    for (; srcEnd - src > kGroupSize && out.outEnd - next >= kRoomOfGroup; src += kGroupSize, ++group) {
-      const int table = selectors[group];
-      const JoinedCode* const codes = s->codes[table];
-      const int longest = s->longest[table];
-      if (longest <= 11) {
-        PutGroup<5>(codes, src, &bits, &room, &next);
-      } else if (longest <= 14) {
-        PutGroup<4>(codes, src, &bits, &room, &next);
-      } else {
-        PutGroup<3>(codes, src, &bits, &room, &next);
-      }
+    Pending pending = {out.bits, out.count, out.out};
+    for (; srcEnd - src > kGroupSize && out.outEnd - pending.out >= kRoomOfGroup; src += kGroupSize, ++group) {
+      PutGroup(s->codes[selectors[group]], src, &pending);
     }
-    out.bits = bits;
-    out.count = (0 - room) & 63;
-    out.out = next;
+    out.bits = pending.bits;
+    out.count = pending.count;
+    out.out = pending.out;
   }
 
   while (src < srcEnd) {

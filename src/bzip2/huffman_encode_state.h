@@ -27,8 +27,7 @@ struct zelBZ2HuffEncodeState {
   int32_t alphaSize;
   int32_t numSelectors;
   int32_t numTables;
-  uint8_t longest[zeldc::kMaxHuffTables];  // code of each table, in bits
-  uint8_t unused[6];
+  int32_t unused[3];
   zeldc::JoinedCode codes[zeldc::kMaxHuffTables][zeldc::kMaxHuffSymbols];
   uint8_t lengths[zeldc::kMaxHuffTables][zeldc::kMaxHuffSymbols];
 

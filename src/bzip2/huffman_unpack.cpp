@@ -37,7 +37,6 @@ bool MakeDecodeTable(const uint8_t* lengths, int n, DecodeTable* table) {
       places += count[length];
     }
   }
-  table->longest = static_cast<uint8_t>(longest);
 
   for (int v = 0; v < n; ++v) {
     const int length = lengths[v];
@@ -64,50 +63,41 @@ bool MakeDecodeTable(const uint8_t* lengths, int n, DecodeTable* table) {
 
 namespace {
 
-// A field of at most `need` bits has been read and `used` of them consumed: `keep` of them are still held by whoever
-// loads byte by byte.
-struct Progress {
-  zelStatus status;
-  uint32_t keep;
-};
-
 bool IsLength(int32_t length) { return length >= 1 && length <= kMaxReadLength; }
 
 // The selectors from the current one on.
-Progress UnpackSelectors(MsbReader* reader, zelBZ2HuffDecodeState* s) {
+zelStatus UnpackSelectors(MsbReader* reader, zelBZ2HuffDecodeState* s) {
   MsbReader in = *reader;
   TableOrder order = s->order;
   uint8_t* const selectors = s->Selectors();
   const uint32_t numTables = static_cast<uint32_t>(s->numTables);
-  Progress progress = {zelOk, 0};
+  zelStatus status = zelOk;
   int32_t k = s->position;
   for (; k < s->numSelectors; ++k) {
     if (!in.Has(6)) {
-      progress.status = zelWarnSrcShort;
+      status = zelWarnSrcShort;
       break;
     }
     const uint32_t place = static_cast<uint32_t>(std::countl_one(in.bits));
     if (place >= numTables) {
-      progress.status = zelErrBadData;
+      status = zelErrBadData;
       break;
     }
     in.Consume(place + 1);
-    progress.keep = 5 - place;
     selectors[k] = static_cast<uint8_t>(order.TakeFrom(place));
   }
   s->position = k;
   s->order = order;
   *reader = in;
-  return progress;
+  return status;
 }
 
 // The lengths of the current table from the current symbol on.
-Progress UnpackLengths(MsbReader* in, zelBZ2HuffDecodeState* s) {
-  uint32_t keep = 0;
+zelStatus UnpackLengths(MsbReader* in, zelBZ2HuffDecodeState* s) {
   if (s->currentSymbol == 0) {
-    if (!in->Has(6)) return {zelWarnSrcShort, 0};
+    if (!in->Has(6)) return zelWarnSrcShort;
     const int32_t length = static_cast<int32_t>(in->Peek(5));
-    if (!IsLength(length)) return {zelErrBadData, 0};
+    if (!IsLength(length)) return zelErrBadData;
     in->Consume(6);  // and the bit that ends the first symbol's steps, of which there are none
     s->currentLength = length;
     s->stepTaken = 0;
@@ -115,33 +105,32 @@ Progress UnpackLengths(MsbReader* in, zelBZ2HuffDecodeState* s) {
     s->currentSymbol = 1;
   }
   while (s->currentSymbol < s->alphaSize) {
-    if (!in->Has(2)) return {zelWarnSrcShort, 0};
+    if (!in->Has(2)) return zelWarnSrcShort;
     const int32_t step = static_cast<int32_t>(in->Peek(2));
     if (step < 2) {
       in->Consume(1);
-      keep = 1;
       s->lengths[s->currentSymbol++] = static_cast<uint8_t>(s->currentLength);
       s->stepTaken = 0;
       continue;
     }
     const int32_t length = s->currentLength + (step == 2 ? 1 : -1);
-    if (!IsLength(length) || (s->stepTaken != 0 && s->stepTaken != step)) return {zelErrBadData, 0};
+    if (!IsLength(length) || (s->stepTaken != 0 && s->stepTaken != step)) return zelErrBadData;
     in->Consume(2);
     s->currentLength = length;
     s->stepTaken = step;
   }
-  return {zelOk, keep};
+  return zelOk;
 }
 
-Progress ownUnpack(MsbReader* in, zelBZ2HuffDecodeState* s) {
+zelStatus ownUnpack(MsbReader* in, zelBZ2HuffDecodeState* s) {
   if (s->stage == kUnpackHeader) {
-    if (!in->Has(18)) return {zelWarnSrcShort, 0};
+    if (!in->Has(18)) return zelWarnSrcShort;
     const int32_t numTables = static_cast<int32_t>(in->Peek(3));
     const int32_t numSelectors = static_cast<int32_t>(in->Peek(18) & 0x7FFF);
     in->Consume(18);
     s->isReady = 0;
-    if (numTables < kMinHuffTables || numTables > kMaxHuffTables) return {zelErrBadData, 0};
-    if (numSelectors == 0 || numSelectors > s->capacity) return {zelErrBadData, 0};
+    if (numTables < kMinHuffTables || numTables > kMaxHuffTables) return zelErrBadData;
+    if (numSelectors == 0 || numSelectors > s->capacity) return zelErrBadData;
     s->numTables = numTables;
     s->numSelectors = numSelectors;
     s->position = 0;
@@ -149,17 +138,16 @@ Progress ownUnpack(MsbReader* in, zelBZ2HuffDecodeState* s) {
     s->stage = kUnpackSelectors;
   }
   if (s->stage == kUnpackSelectors) {
-    const Progress progress = UnpackSelectors(in, s);
-    if (progress.status != zelOk) return progress;
+    const zelStatus status = UnpackSelectors(in, s);
+    if (status != zelOk) return status;
     s->currentTable = 0;
     s->currentSymbol = 0;
     s->stage = kUnpackLengths;
   }
-  Progress progress = {zelOk, 0};
   for (; s->currentTable < s->numTables; ++s->currentTable) {
-    progress = UnpackLengths(in, s);
-    if (progress.status != zelOk) return progress;
-    if (!MakeDecodeTable(s->lengths, s->alphaSize, &s->tables[s->currentTable])) return {zelErrBadData, 0};
+    const zelStatus status = UnpackLengths(in, s);
+    if (status != zelOk) return status;
+    if (!MakeDecodeTable(s->lengths, s->alphaSize, &s->tables[s->currentTable])) return zelErrBadData;
     s->currentSymbol = 0;
   }
   s->stage = kUnpackHeader;
@@ -168,7 +156,7 @@ Progress ownUnpack(MsbReader* in, zelBZ2HuffDecodeState* s) {
   s->positionInGroup = 0;
   s->currentLength = 0;
   s->isReady = 1;
-  return progress;
+  return zelOk;
 }
 
 zelStatus ownInitDecoder(int32_t alphaSize, int32_t capacity, zelBZ2HuffDecodeState* s) {
@@ -222,16 +210,17 @@ zelStatus zelsUnpackHuffContext_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLenBits
   if (!pCode || !pCodeLenBits) return zelErrNullPtr;
   MsbReader in(*pCode, *pCodeLenBits, *ppSrc, static_cast<size_t>(*pSrcLen));
 
-  const Progress progress = ownUnpack(&in, pState);
-  if (progress.status == zelErrBadData) pState->stage = kUnpackFailed;
+  const zelStatus status = ownUnpack(&in, pState);
+  if (status == zelErrBadData) pState->stage = kUnpackFailed;
 
-  // Short of source, all of it has been taken.
-  if (progress.status != zelWarnSrcShort) in.Settle(progress.keep);
+  // Whoever loads byte by byte wants two bits for the last field and consumes one, or six and consumes all of them
+  // where there is but one symbol. Short of source, all of it has been taken.
+  if (status != zelWarnSrcShort) in.Settle(pState->alphaSize > 1 ? 1 : 0);
   *pSrcLen -= static_cast<int32_t>(in.src - *ppSrc);
   *ppSrc = in.src;
   *pCode = in.Waiting();
   *pCodeLenBits = static_cast<int32_t>(in.count);
-  return progress.status;
+  return status;
 }
 
 }  // extern "C"

@@ -120,12 +120,11 @@ struct MsbWriter {
     }
   }
 
-  // Writes whole bytes, then appends n bits, 1 <= n <= 32. Where the destination has long been full, bits beyond 64 are
-  // counted, but lost.
+  // Writes whole bytes, then appends n bits, 1 <= n <= 32. Where the destination has long been full, what does not fit
+  // the accumulator is counted, but lost.
   ZELDC_ALWAYS_INLINE void WriteAndPut(uint32_t v, uint32_t n) {
     WriteBytes();
     if (ZELDC_LIKELY(count + n <= 64)) return Put(v, n);
-    if (count < 64) bits |= v >> (count + n - 64);
     count = count + n < INT32_MAX ? count + n : INT32_MAX;
   }
 

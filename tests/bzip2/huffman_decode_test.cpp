@@ -259,6 +259,76 @@ TEST(Bzip2HuffmanDecode, ADestinationOf7EntersAGroupWithEachCall) {
                std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin()));
 }
 
+TEST(Bzip2HuffmanDecode, LargeCallsEndWhereTheModelsDo) {
+  // Long codes among short ones, with rooms and pieces around those from which on a call makes tables of its own.
+  const Block block = ChangingBlock(258, 60000, 1);
+  const Bytes stream = Encode(block).ToBytes(3);
+  for (size_t room : {16383u, 16384u, 16399u, 16400u, 16401u, 16402u, 20000u, 59999u, 60000u, 60001u}) {
+    const Decoded decoded = DecodeBesideModel(258, stream, 1000000, room);
+    ASSERT_FALSE(HasFailure()) << room;
+    if (room >= 59999 || room % 50 == 0) {
+      EXPECT_TRUE(
+          std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin(), block.symbols.end() - 1));
+    }
+  }
+  for (size_t piece = 8190; piece < 9000; piece += 101) {
+    const Decoded decoded = DecodeBesideModel(258, stream, piece, 100000);
+    ASSERT_EQ(decoded.status, zelOk) << piece;
+    ASSERT_TRUE(
+        std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin(), block.symbols.end() - 1));
+  }
+}
+
+TEST(Bzip2HuffmanDecode, ALargeCallThatFillsItsRoomTakesNoMoreThanTheModel) {
+  // Short codes, so that the last symbols come in pairs, too.
+  const Block block = RandomBlock(30, 60000, 4, 1);
+  const Bytes stream = Encode(block).ToBytes(3);
+  ModelDecoder unpacked_model(30);
+  unpacked_model.Unpack(0, 0, stream);
+  const DecodeRecord record(60000);
+  for (size_t room = 16384; room < 18000; room += room % 50 == 0 ? 50 : 1) {
+    ASSERT_EQ(zelsDecodeHuffInit_BZ2_8u16u(30, record.get()), zelOk);
+    const CallResult unpacked = Unpack(record.get(), 0, 0, stream);
+    const Bytes rest(stream.begin() + static_cast<ptrdiff_t>(unpacked.consumed), stream.end());
+    ModelDecoder model = unpacked_model;
+    ASSERT_TRUE(DecodeSymbols(record.get(), unpacked.code, unpacked.code_bits, rest, room) ==
+                model.Decode(unpacked.code, unpacked.code_bits, rest, room))
+        << room;
+  }
+}
+
+TEST(Bzip2HuffmanDecode, ADescriptionOfOneSymbolTakesNoMoreThanTheModel) {
+  // Its last field has six bits, of which none are left over; here at every place in a byte.
+  for (size_t before = 0; before < 8; ++before) {
+    const BitString shifted = BitString().Put(std::string(before, '0')).Put(Encode({"", 1, {0}}).bits);
+    const Bytes stream = shifted.ToBytes(5);
+    const uint32_t code = static_cast<uint32_t>(stream[0]) << (24 + before);
+    const int32_t code_bits = before == 0 ? 0 : 8 - static_cast<int32_t>(before);
+    const Bytes rest(stream.begin() + (before == 0 ? 0 : 1), stream.end());
+    const DecodeRecord record(1);
+    ASSERT_EQ(zelsDecodeHuffInit_BZ2_8u16u(1, record.get()), zelOk);
+    ModelDecoder model(1);
+    EXPECT_TRUE(Unpack(record.get(), before == 0 ? 0 : code, code_bits, rest) ==
+                model.Unpack(before == 0 ? 0 : code, code_bits, rest));
+  }
+}
+
+TEST(Bzip2HuffmanDecode, ABlockThatIsGivenUpLeavesNothingToTheNext) {
+  const Block block = ChangingBlock(100, 500, 1);
+  const Bytes stream = Encode(block).ToBytes(3);
+  const DecodeRecord record(500);
+  ASSERT_EQ(zelsDecodeHuffInit_BZ2_8u16u(100, record.get()), zelOk);
+  for (size_t size : {20u, 100u, 1000u}) {
+    const CallResult unpacked = Unpack(record.get(), 0, 0, stream);
+    ASSERT_EQ(unpacked.status, zelOk);
+    Bytes rest(stream.begin() + static_cast<ptrdiff_t>(unpacked.consumed), stream.end());
+    rest.resize(std::min(rest.size(), size));
+    const CallResult decoded = DecodeSymbols(record.get(), unpacked.code, unpacked.code_bits, rest, 1000);
+    EXPECT_EQ(decoded.status, size == 1000 ? zelOk : zelWarnSrcShort);
+    EXPECT_TRUE(std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin()));
+  }
+}
+
 TEST(Bzip2HuffmanDecode, TheEndOfTheBlockStandsBehindTheCountedSymbols) {
   const Block block = RandomBlock(90, 200, 1, 1);
   const Bytes stream = Encode(block).ToBytes(3);

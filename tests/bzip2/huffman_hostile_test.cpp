@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 #include "bzip2/huffman_calls.h"
 #include "gtest/gtest.h"
@@ -49,12 +50,12 @@ BitString Describe(const Lengths& lengths, int selectors = 1) {
 }
 
 // Decodes a description and what follows it: every symbol is of the alphabet. Answers the symbols of one call.
-Symbols DecodeAnything(const Lengths& lengths, const Bytes& coded, size_t room) {
+Symbols DecodeAnything(const Lengths& lengths, const Bytes& coded, size_t room, int selectors = 1) {
   const int alpha_size = static_cast<int>(lengths.size());
-  BitString bits = Describe(lengths);
+  BitString bits = Describe(lengths, selectors);
   bits.Put(BitsOf(coded.data(), coded.size()).bits);
   const Bytes stream = bits.ToBytes();
-  const DecodeRecord record(50);
+  const DecodeRecord record(50 * selectors);
   EXPECT_EQ(zelsDecodeHuffInit_BZ2_8u16u(alpha_size, record.get()), zelOk);
   const CallResult unpacked = Unpack(record.get(), 0, 0, stream);
   EXPECT_EQ(unpacked.status, zelOk);
@@ -245,18 +246,18 @@ TEST(Bzip2HuffmanHostile, CodesOf20Bits) {
   Lengths up(21);
   std::iota(up.begin(), up.end(), 1);
   up[20] = 20;
-  for (const Lengths& lengths : {up, Lengths(up.rbegin(), up.rend())}) {
-    HuffmanContext context;
-    context.lengths.assign(2, lengths);
-    Random random(1);
-    Symbols source;
-    for (int i = 0; i < 2000; ++i) source.push_back(static_cast<uint16_t>(Uniform(random, 0, 19)));
-    source.push_back(20);
-    context.selectors.assign((source.size() + 49) / 50, 0);
-    BitString bits = ModelDescription(context);
-    bits.Put(ModelCoded(context, source).bits);
-    for (size_t piece : {1u, 10u, 100000u}) {
-      const Decoded decoded = DecodeBesideModel(21, bits.ToBytes(3), piece, 3000);
+  for (const auto& [count, piece] : {std::pair{1000, 1}, {1000, 10}, {30000, 100000}}) {
+    for (const Lengths& lengths : {up, Lengths(up.rbegin(), up.rend())}) {
+      HuffmanContext context;
+      context.lengths.assign(2, lengths);
+      Random random(1);
+      Symbols source;
+      for (int i = 0; i < count; ++i) source.push_back(static_cast<uint16_t>(Uniform(random, 0, 19)));
+      source.push_back(20);
+      context.selectors.assign((source.size() + 49) / 50, 0);
+      BitString bits = ModelDescription(context);
+      bits.Put(ModelCoded(context, source).bits);
+      const Decoded decoded = DecodeBesideModel(21, bits.ToBytes(3), static_cast<size_t>(piece), 40000);
       EXPECT_EQ(decoded.status, zelOk);
       EXPECT_TRUE(std::equal(decoded.symbols.begin(), decoded.symbols.end(), source.begin(), source.end() - 1));
     }
@@ -264,7 +265,7 @@ TEST(Bzip2HuffmanHostile, CodesOf20Bits) {
 }
 
 TEST(Bzip2HuffmanHostile, IncompleteCodesDecodeToSymbolsOfTheAlphabet) {
-  const Bytes ones(500, 0xFF), noise = RandomBytes(500, 1);
+  const Bytes ones(500, 0xFF), noise = RandomBytes(500, 1), more_noise = RandomBytes(60000, 1), more_ones(60000, 0xFF);
   for (const Lengths& lengths :
        {Lengths{1}, Lengths{20}, Lengths{2, 2}, Lengths{8, 8, 8}, Lengths{9, 9}, Lengths{1, 20}, Lengths{20, 20},
         Lengths(258, 20), Lengths(258, 9), Lengths(258, 10), Lengths(128, 8), Lengths{3, 9, 15, 20}}) {
@@ -272,6 +273,8 @@ TEST(Bzip2HuffmanHostile, IncompleteCodesDecodeToSymbolsOfTheAlphabet) {
     DecodeAnything(lengths, noise, 1000);
     DecodeAnything(lengths, Bytes(500, 0), 1000);
     DecodeAnything(lengths, noise, 3);
+    DecodeAnything(lengths, more_noise, 25000, 500);
+    DecodeAnything(lengths, more_ones, 25000, 500);
   }
 }
 
@@ -291,24 +294,26 @@ TEST(Bzip2HuffmanHostile, CodesThatAreThereDecodeInAnIncompleteCode) {
 }
 
 TEST(Bzip2HuffmanHostile, AGroupBeyondTheLastSelectorTakesItsTable) {
-  // Two selectors, tables 0 and 1; groups of table 1 go on.
-  HuffmanContext context = {{0, 1}, {{1, 2, 3, 3}, {3, 3, 2, 1}}};
-  const BitString description = ModelDescription(context);
-  Symbols source = RandomBlock(4, 1001, 0, 1).symbols;
-  context.selectors.resize(21, 1);
-  BitString bits = description;
-  bits.Put(ModelCoded(context, source).bits);
-  for (size_t piece : {1u, 50u, 100000u}) {
-    const Decoded decoded = DecodeBesideModel(4, bits.ToBytes(3), piece, 2000);
+  // Selectors of table 0, and a last one of table 1, whose groups go on.
+  for (const auto& [selectors, piece] : {std::pair{2u, 1u}, {2u, 50u}, {400u, 100000u}}) {
+    HuffmanContext context = {std::vector<int>(selectors, 0), {{1, 2, 3, 3}, {3, 3, 2, 1}}};
+    context.selectors.back() = 1;
+    BitString bits = ModelDescription(context);
+    const Symbols source = RandomBlock(4, 100 * selectors + 1000, 0, 1).symbols;
+    context.selectors.resize(2 * selectors + 20, 1);
+    bits.Put(ModelCoded(context, source).bits);
+    const Decoded decoded = DecodeBesideModel(4, bits.ToBytes(3), piece, 50000);
     EXPECT_EQ(decoded.status, zelOk);
     EXPECT_TRUE(std::equal(decoded.symbols.begin(), decoded.symbols.end(), source.begin(), source.end() - 1));
   }
 }
 
 TEST(Bzip2HuffmanHostile, ABlockWithoutAnEndFillsEveryRoom) {
-  const Bytes zeros(5000, 0);  // symbol 0 all along
-  for (size_t room : {1u, 49u, 50u, 51u, 1000u, 30000u}) {
-    EXPECT_EQ(DecodeAnything({1, 2, 2}, zeros, room), Symbols(room, 0));
+  const Bytes zeros(9000, 0);  // symbol 0 all along
+  for (int selectors : {1, 400}) {
+    for (size_t room : {1u, 49u, 50u, 51u, 1000u, 16384u, 16400u, 16401u, 16449u, 16450u, 16451u, 30000u}) {
+      EXPECT_EQ(DecodeAnything({1, 2, 2}, zeros, room, selectors), Symbols(room, 0));
+    }
   }
 }
 
