@@ -1,4 +1,4 @@
-// Types of rotations, 64 at a time: symbols are compared with their followers, bytes by vectors, and the type runs
+// Types of rotations, 64 at a time: symbols are compared with their followers by vectors, and the type runs
 // through stretches of equal symbols from the word's end to its start like a carry. No branch depends on the data.
 
 #include "bzip2/rotation_types.h"
@@ -52,7 +52,19 @@ inline Comparison Compare(const uint8_t* p, uint32_t /*count*/, uint8_t /*behind
 template <typename Symbol>
 Comparison Compare(const Symbol* p, uint32_t count, Symbol behind) {
   Comparison c{0, 0};
-  for (uint32_t i = 0; i < count; ++i) {
+  uint32_t i = 0;
+#if ZELDC_AVX2
+  if constexpr (sizeof(Symbol) == sizeof(uint32_t)) {
+    for (; i + 8 < count; i += 8) {
+      const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + i));
+      const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + i + 1));
+      auto mask = [](__m256i v) { return uint64_t{static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(v)))}; };
+      c.equal |= mask(_mm256_cmpeq_epi32(a, b)) << i;
+      c.greaterOrEqual |= mask(_mm256_cmpeq_epi32(_mm256_max_epu32(a, b), a)) << i;
+    }
+  }
+#endif
+  for (; i < count; ++i) {
     const Symbol next = i + 1 < count ? p[i + 1] : behind;
     c.equal |= uint64_t{p[i] == next} << i;
     c.greaterOrEqual |= uint64_t{p[i] >= next} << i;
