@@ -2,7 +2,6 @@
 // 900,000 bytes; and dictionary reduction by threads.
 
 #include <divsufsort.h>
-#include <sched.h>
 #include <zelcore.h>
 
 #include <cstring>
@@ -222,21 +221,6 @@ void RegisterStage(const std::string& name, const std::shared_ptr<Blocks>& block
 
 int32_t threads = 1;
 
-// All processors for the threads of a region, even if the program is bound to one.
-class AllProcessors {
- public:
-  AllProcessors() {
-    sched_getaffinity(0, sizeof(before_), &before_);
-    cpu_set_t all;
-    std::memset(&all, 0xFF, sizeof(all));
-    sched_setaffinity(0, sizeof(all), &all);
-  }
-  ~AllProcessors() { sched_setaffinity(0, sizeof(before_), &before_); }
-
- private:
-  cpu_set_t before_;
-};
-
 void TableLoop(const uint8_t* in_use, uint8_t* bytes, size_t size) {
   uint8_t table[256];
   uint8_t number = 0;
@@ -251,7 +235,6 @@ void TableLoop(const uint8_t* in_use, uint8_t* bytes, size_t size) {
 void RegisterReductionOf(const std::string& coder, int32_t thread_count, size_t size) {
   const std::string name = "reduction/reduce/" + coder + "/" + std::to_string(size);
   benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    const AllProcessors all;
     uint8_t in_use[256];
     for (int v = 0; v < 256; ++v) in_use[v] = v % 3 != 0;
     Bytes bytes(size);
