@@ -114,4 +114,8 @@ bool IsInstalled(const std::string& program) {
   return system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
 }
 
+std::string AsUnprivileged(const std::string& command) {
+  return geteuid() == 0 ? "setpriv --bounding-set=-dac_override " + command : command;
+}
+
 }  // namespace zeldc_test

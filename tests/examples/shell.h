@@ -50,6 +50,9 @@ class ShellTest : public testing::Test {
 
 bool IsInstalled(const std::string& program);
 
+// The command, with which even the superuser may not write where a file's mode forbids it.
+std::string AsUnprivileged(const std::string& command);
+
 }  // namespace zeldc_test
 
 // A test with a program that a machine may lack.
