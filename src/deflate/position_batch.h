@@ -59,17 +59,19 @@ struct PositionBatch {
   }
 };
 
-// Searches up to `stop`: insert(i, n) enters n positions from byte i on, run(i, end) searches to `end` in the batch
-// that starts at i, remove(i, n, kept) takes back what the last call of insert did behind the first `kept` positions.
+// Searches up to `stop`, entering positions up to `enterEnd` >= stop, at most `size` at a time: insert(i, n) enters n
+// positions from byte i on, run(i, end) searches the batch that ends at `end`, or all but its last position unless that
+// is enterEnd, remove(i, n, kept) takes back what the last call of insert did behind the first `kept` positions.
 template <typename Insert, typename Run, typename Remove>
-ZELDC_ALWAYS_INLINE void SearchInBatches(Search* x, ptrdiff_t stop, Insert insert, Run run, Remove remove) {
+ZELDC_ALWAYS_INLINE void SearchInBatches(Search* x, ptrdiff_t stop, ptrdiff_t enterEnd, ptrdiff_t size, Insert insert,
+                                         Run run, Remove remove) {
   ptrdiff_t n = 0;
   ptrdiff_t inserted = x->i;  // positions before this one are in the tables
   while (x->i < stop && x->pair < x->pairEnd) {
     // Not much more than what the pairs that there is room for may stand for.
     const ptrdiff_t room = x->pairEnd - x->pair;
-    n = room < PositionBatch::kSize / 4 - 4 ? 4 * room + 16 : PositionBatch::kSize;
-    if (n > stop - inserted) n = stop - inserted;
+    n = room < size / 4 - 4 ? 4 * room + 16 : size;
+    if (n > enterEnd - inserted) n = enterEnd - inserted;
     insert(inserted, n);
     run(inserted, inserted + n);
     inserted += n;

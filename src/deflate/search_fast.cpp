@@ -109,7 +109,7 @@ void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEn
   uint16_t hashes[PositionBatch::kSize];
   auto hash = [&](ptrdiff_t k) ZELDC_LAMBDA_INLINE { return hashes[k]; };
   SearchInBatches(
-      x, stop,
+      x, stop, stop, PositionBatch::kSize,
       [&](ptrdiff_t i, ptrdiff_t n) {
         ComputeHashes(base + i, n, readEnd - i, hashes);
         batch.Insert(

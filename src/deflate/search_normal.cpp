@@ -118,7 +118,8 @@ void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*re
   NormalTables* const t = &x->state->tables.normal;
   PositionBatch batch;
   SearchInBatches(
-      x, stop, [&](ptrdiff_t i, ptrdiff_t n) { Insert(t, &batch, base + i, x->posBase + static_cast<uint32_t>(i), n); },
+      x, stop, stop, PositionBatch::kSize,
+      [&](ptrdiff_t i, ptrdiff_t n) { Insert(t, &batch, base + i, x->posBase + static_cast<uint32_t>(i), n); },
       [&](ptrdiff_t, ptrdiff_t end) {
         if (Reach(x, x->i) >= kMaxDistance && x->matchEnd - end >= kMaxMatch) {
           RunBatch<true>(x, base, end);
