@@ -43,8 +43,8 @@ ZELDC_ALWAYS_INLINE void InsertInChain4(BestTables* t, const uint8_t* p, uint32_
   *head = static_cast<uint16_t>(pos);
 }
 
-ZELDC_ALWAYS_INLINE void InsertRanked(BestTables* t, const uint8_t* p, uint32_t pos) {
-  uint16_t* const head = &t->head3[SaltedHash(p)];
+ZELDC_ALWAYS_INLINE void InsertRanked(BestTables* t, uint32_t hash, uint32_t pos) {
+  uint16_t* const head = &t->head3[hash];
   const uint32_t distance = DistanceTo(pos, *head);
   *head = static_cast<uint16_t>(pos);
   t->chain3[pos & kShortChainMask] = static_cast<uint16_t>(distance);
@@ -74,7 +74,15 @@ struct EnteredAhead {
       memcpy(oldChain3 + k, t->chain3 + slot, count * sizeof(uint16_t));
     });
     for (uint32_t k = 0; k < n; ++k) InsertInChain4(t, p + k, pos + k);
-    for (uint32_t k = 0; k < n; ++k) InsertRanked(t, p + k, pos + k);
+    uint32_t k = 0;
+    for (; k + 4 <= n; k += 4) {
+      const uint64_t h = FourSaltedHashes(p + k);
+      InsertRanked(t, static_cast<uint16_t>(h), pos + k);
+      InsertRanked(t, static_cast<uint16_t>(h >> 16), pos + k + 1);
+      InsertRanked(t, static_cast<uint16_t>(h >> 32), pos + k + 2);
+      InsertRanked(t, static_cast<uint32_t>(h >> 48), pos + k + 3);
+    }
+    for (; k < n; ++k) InsertRanked(t, SaltedHash(p + k), pos + k);
   }
 
   // Takes out all but the first `kept` positions; p is where the first byte of the batch is.
@@ -351,11 +359,11 @@ void InsertDictionaryBest(EncoderState* s, const uint8_t* dictionary, int32_t le
   // The last position that has three bytes has its fourth in the input to come: it is chained later.
   int32_t i = 0;
   for (; i + 4 <= len; ++i) {
-    InsertRanked(t, dictionary + i, s->tablePos + static_cast<uint32_t>(i));
+    InsertRanked(t, SaltedHash(dictionary + i), s->tablePos + static_cast<uint32_t>(i));
     InsertInChain4(t, dictionary + i, s->tablePos + static_cast<uint32_t>(i));
   }
   t->chained = s->tablePos + static_cast<uint32_t>(i);
-  for (; i + kMinMatch <= len; ++i) InsertRanked(t, dictionary + i, s->tablePos + static_cast<uint32_t>(i));
+  for (; i + kMinMatch <= len; ++i) InsertRanked(t, SaltedHash(dictionary + i), s->tablePos + static_cast<uint32_t>(i));
   t->ranked = s->tablePos + static_cast<uint32_t>(i);
 }
 
