@@ -4,6 +4,8 @@
 
 #include <string.h>
 
+#include "checksum/crc.h"
+#include "deflate/pair_vectors.h"
 #include "shared/bits_lsb.h"
 #include "shared/code_lengths.h"
 
@@ -53,37 +55,64 @@ int UsedLengths(const uint8_t* lengths, int symbols, int least) {
   return symbols;
 }
 
+// Counts pairs by what they are looked up by, in two sets of counters, so that equal neighbours do not wait for each
+// other's store. Answers whether a match among them has an impossible length.
+bool CountPlaces(const zelLZ77Pair* pairs, int32_t n, uint32_t (*places)[512], uint32_t (*distances)[kNoDistance + 1]) {
+  uint32_t excess = 0;
+  int32_t i = 0;
+#if ZELDC_AVX2
+  __m256i allExcess = _mm256_setzero_si256();
+  for (; i + 8 <= n; i += 8) {
+    const EightPlaces t = PlacesOf(pairs + i);
+    allExcess = _mm256_or_si256(allExcess, t.excess);
+    alignas(32) uint32_t place[8];
+    alignas(32) uint32_t symbol[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(place), t.place);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(symbol), t.symbol);
+    for (int k = 0; k < 8; ++k) {
+      ++places[k & 1][place[k]];
+      ++distances[k & 1][symbol[k]];
+    }
+  }
+  excess = !_mm256_testz_si256(allExcess, allExcess);
+#endif
+  for (; i < n; ++i) {
+    const PairPlace at = PlaceOf(pairs[i]);
+    excess |= at.excess;
+    ++places[i & 1][at.place];
+    ++distances[i & 1][at.distance];
+  }
+  return excess != 0;
+}
+
 }  // namespace
 
-bool PairCounter::Sum(int32_t n, PairStatistics* statistics) const {
-  // Each match has a length and a distance.
-  const uint32_t literalCount = static_cast<uint32_t>(n) - matches;
-  if (excess != 0 || distances[0][kNoDistance] + distances[1][kNoDistance] != literalCount) return false;
+bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
+  uint32_t places[2][512] = {};
+  uint32_t distances[2][kNoDistance + 1] = {};
+  if (CountPlaces(pairs, n, places, distances)) return false;
 
   memset(statistics, 0, sizeof(*statistics));
   statistics->litLen[kEndOfBlock] = 1;
   uint64_t bytes = 0;
+  uint32_t matches = 0;
   for (uint32_t k = 0; k < 256; ++k) {
     const uint32_t literals = places[0][k] + places[1][k];
     const uint32_t lengths = places[0][256 + k] + places[1][256 + k];
     statistics->litLen[k] = literals;
     statistics->litLen[kFirstLengthSymbol + kLengthSymbolIndex.of[k]] += lengths;
+    matches += lengths;
     bytes += literals + uint64_t{lengths} * (k + kMinMatch);
   }
   statistics->bytes.Set(bytes);
   for (int k = 0; k < kDistanceSymbols; ++k) statistics->distance[k] = distances[0][k] + distances[1][k];
-  return true;
+  // Each match has a distance.
+  return distances[0][kNoDistance] + distances[1][kNoDistance] == static_cast<uint32_t>(n) - matches;
 }
 
-bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
-  PairCounter counter;
-  int32_t i = 0;
-  for (; i + 2 <= n; i += 2) {
-    counter.Count(PlaceOf(pairs[i]), 0);
-    counter.Count(PlaceOf(pairs[i + 1]), 1);
-  }
-  if (i < n) counter.Count(PlaceOf(pairs[i]), 0);
-  return counter.Sum(n, statistics);
+uint32_t Fingerprint(const zelLZ77Pair* pairs, int32_t n) {
+  return ownCrc32(static_cast<uint32_t>(n), reinterpret_cast<const uint8_t*>(pairs),
+                  static_cast<size_t>(n) * sizeof(zelLZ77Pair));
 }
 
 void BuildDynamicCode(EncoderState* s, const PairStatistics& statistics) {
@@ -140,6 +169,7 @@ extern "C" zelStatus zelsEncodeLZ77SelectHuffMode_8u(const zelLZ77Pair* pPairs, 
   PairStatistics statistics;
   if (!CountPairs(pPairs, pairsLen, &statistics)) return zelErrSize;
   BuildDynamicCode(s, statistics);
+  s->chosenFingerprint = Fingerprint(pPairs, pairsLen);
 
   // Costs in bits. The end of the block, the alignment of a stored block and its split into many are not counted.
   uint64_t stored = 32 + 8 * statistics.bytes.Get();

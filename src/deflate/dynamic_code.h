@@ -7,27 +7,11 @@
 
 namespace zeldc {
 
-// Counts pairs by what they are looked up by.
-struct PairCounter {
-  // Two sets of counters, so that equal neighbours do not wait for each other's store.
-  uint32_t places[2][512] = {};
-  uint32_t distances[2][kNoDistance + 1] = {};
-  uint32_t excess = 0;
-  uint32_t matches = 0;
-
-  ZELDC_ALWAYS_INLINE void Count(const PairPlace& at, int set) {
-    excess |= at.excess;
-    matches += at.isMatch;
-    ++places[set][at.place];
-    ++distances[set][at.distance];
-  }
-
-  // The statistics of the n pairs counted; false when one is neither a literal nor a match.
-  bool Sum(int32_t n, PairStatistics* statistics) const;
-};
-
 // Counts the pairs' symbols; false when one is neither a literal nor a match.
 bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics);
+
+// Tells rows of pairs apart.
+uint32_t Fingerprint(const zelLZ77Pair* pairs, int32_t n);
 
 // Makes the code for the pairs and lays its description into the record, unless the last one was for the same
 // statistics.

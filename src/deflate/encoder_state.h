@@ -90,13 +90,14 @@ struct EncoderState : zelLZ77State {
   // Block writer.
   Wide bitBuffer;  // bits not yet written, the first one lowest
   int32_t bitCount;
-  int32_t blockPhase;     // BlockPhase
-  int32_t blockStep;      // BlockStep
-  int32_t markerOwed;     // bytes of the flush marker still to be written
-  int32_t storedStep;     // StoredStep
-  int32_t storedLeft;     // bytes of the stored block still to be copied
-  int32_t choicePending;  // SelectHuffMode's answer stands
-  int32_t chosenMode;     // zelLZ77HuffMode
+  int32_t blockPhase;          // BlockPhase
+  int32_t blockStep;           // BlockStep
+  int32_t markerOwed;          // bytes of the flush marker still to be written
+  int32_t storedStep;          // StoredStep
+  int32_t storedLeft;          // bytes of the stored block still to be copied
+  int32_t choicePending;       // SelectHuffMode's answer stands
+  int32_t chosenMode;          // zelLZ77HuffMode
+  uint32_t chosenFingerprint;  // of the pairs that it is for
   int32_t trailerWritten;
   uint8_t trailer[8];
   int32_t codeBuilt;  // the dynamic code is the one for the statistics

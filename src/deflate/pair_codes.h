@@ -69,13 +69,15 @@ using BitPiece = uint32_t;
 constexpr uint32_t PieceBits(BitPiece p) { return p & 0xFFFFFF; }
 constexpr uint32_t PieceLength(BitPiece p) { return p >> 24; }
 
+// Taken by vectors, too: the first four members as one word, the size as a stride.
 struct DistanceCode {
   uint16_t code;
-  uint16_t base;
   uint8_t codeBits;
   uint8_t allBits;  // with the extra bits; 0 when the symbol has no code
-  uint8_t unused[2];
+  uint16_t base;
+  uint16_t unused;
 };
+static_assert(sizeof(DistanceCode) == 8);
 
 struct PairCodes {
   BitPiece piece[512];                     // by PairPlace::place, a length's extra bits included; 0 without a code
@@ -98,7 +100,7 @@ constexpr void MakePairCodes(const uint8_t* litLenLengths, const uint16_t* litLe
   for (int i = 0; i < kDistanceSymbols; ++i) {
     const RangeSymbol s = kDistanceSymbol.s[i];
     const uint8_t bits = distanceLengths[i];
-    t->distance[i] = {distanceCodes[i], s.base, bits, static_cast<uint8_t>(bits == 0 ? 0 : bits + s.extraBits), {}};
+    t->distance[i] = {distanceCodes[i], bits, static_cast<uint8_t>(bits == 0 ? 0 : bits + s.extraBits), s.base, 0};
   }
   t->distance[kNoDistance] = {};
 }
