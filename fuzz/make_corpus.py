@@ -131,6 +131,14 @@ def inputs():
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_zero_run", name, bytes([40 * i, i, 3 * i, 17 * i, 2 * i]) + data
         yield "fuzz_run_length", name, bytes([90 * i % 256, 2 * i, 31 * i, i % 2, 47 * i % 256, i % 3, 30 * i]) + data
+    # Strategy and, for whole streams, 128; the limit; or what makes bytes few and runs long.
+    for i, (name, data) in enumerate(texts()):
+        yield "fuzz_git_roundtrip", name, bytes([i, 3 * i, 20 * (i % 3)]) + data
+        yield "fuzz_git_decode", f"streams-{name}", bytes([128 + i]) + (500 * i).to_bytes(2, "little") + data
+    for i in range(6):
+        pieces = [(255 - s).to_bytes(2, "big") * (1 + i % 3) for s in range(255)] + [bytes([0, 32 * i])]
+        container = b"".join(len(piece).to_bytes(4, "big") + piece for piece in pieces)
+        yield "fuzz_git_decode", f"container-{i}", bytes([i]) + (700).to_bytes(2, "little") + container
 
 
 for target, name, content in inputs():
