@@ -28,5 +28,6 @@
 #include "zeldc/dictionary.h"
 #include "zeldc/inflate.h"
 #include "zeldc/types.h"
+#include "zeldc/vlc.h"
 
 #endif
