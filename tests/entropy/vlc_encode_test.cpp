@@ -242,7 +242,7 @@ TEST(VlcEncode, EveryPlaceAndLengthByTheModel) {
 
 TEST(VlcEncode, LongBlocksByTheModel) {
   Random random(3);
-  for (uint64_t round = 0; round < 10; ++round) {
+  for (size_t round = 0; round < 10; ++round) {
     const Codes codes = RandomCodes({.n = 300, .max_length = 20, .low = -32768, .high = 32767}, random);
     const VlcEncoder encoder(codes);
     const Values values = RandomValues(codes, 5000 + round, random);
