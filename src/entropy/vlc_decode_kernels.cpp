@@ -160,10 +160,14 @@ int32_t DecodePairs(int16_t* dst, int32_t n, VlcPosition* position, const Tables
                     const PairTable& pairs) {
   WordReader in(*position);
   int32_t i = 0;
+  uint64_t last = 0;   // the entry that was stored last: with one code it has overwritten the value behind,
+  int16_t behind = 0;  // which was this
   while (n - i >= 2) {
     in.Need(maxLen);
     const uint64_t pair = pairs.At(in.bits);
     if (ZELDC_LIKELY(PairTable::BitsOf(pair) <= in.count)) {
+      last = pair;
+      behind = dst[i + 1];
       PairTable::Store(pair, dst + i);
       i += PairTable::CountOf(pair);
       in.Consume(PairTable::BitsOf(pair));
@@ -172,9 +176,11 @@ int32_t DecodePairs(int16_t* dst, int32_t n, VlcPosition* position, const Tables
     uint32_t length;
     const int32_t entry = tables.LookUp(in.bits, &length);
     if (ZELDC_UNLIKELY(entry == kVlcUnused)) break;
+    last = 0;
     dst[i++] = static_cast<int16_t>(tables.ValueOf(entry));
     in.Consume(length);
   }
+  if (PairTable::CountOf(last) == 1) dst[i] = behind;
   *position = in.Position();
   return i;
 }
