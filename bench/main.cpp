@@ -1,6 +1,6 @@
 // Usage: bench_zeldc [--benchmark_...] [--ladder] [--] [FILE...]
 //
-// Measures the checksums and dictionary reduction, and with files the stages of block sorting, the decoders and the
+// Measures the checksums, dictionary reduction and variable-length codes, and with files the stages of block sorting, the decoders and the
 // encoders on each of them, beside zlib, libdeflate and plain loops.
 
 #include <memory>
@@ -39,6 +39,7 @@ int main(int argc, char** argv) {
   for (const auto& sample : samples) RegisterBzip2Stages(*sample);
   for (const auto& sample : samples) RegisterBzip2Huffman(*sample);
   for (const auto& sample : samples) RegisterGit(*sample);
+  RegisterVlc();
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   benchmark::RunSpecifiedBenchmarks();

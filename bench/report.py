@@ -19,6 +19,7 @@ from chart import draw
 
 TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "stages": "Stages of block sorting",
           "bzip2-huffman": "bzip2 Huffman stage",
+          "vlc": "Variable-length codes, by the block",
           "bzip2": "bzip2, the whole chain in one thread", "reduction": "Dictionary reduction",
           "git": "Interval coding",
           "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
@@ -27,7 +28,8 @@ STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32b
           "zero-run-encode": "zero runs, encoding", "zero-run-decode": "zero runs, decoding",
           "run-length-encode": "bzip2 run lengths, encoding", "run-length-decode": "bzip2 run lengths, decoding",
           "pairs-encode": "plain run lengths, encoding", "pairs-decode": "plain run lengths, decoding",
-          "init": "making of codes", "encode": "writing of symbols", "decode": "reading of a block",
+          "init": "making of codes", "count": "counting of bits",
+          "encode": "writing of symbols", "decode": "reading of a block",
           "compress": "compressing", "decompress": "decompressing",
           "encode-64KiB": "encoding, blocks of 64 KiB", "decode-64KiB": "decoding, blocks of 64 KiB",
           "encode-1MiB": "encoding, blocks of 1 MiB", "decode-1MiB": "decoding, blocks of 1 MiB",

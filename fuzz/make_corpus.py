@@ -102,6 +102,21 @@ CHAINS = [
 ]
 
 
+# Variable-length codes: kind and number of codes, their splits, widths of sub-tables, tuples; a place in the stream.
+def code_tables():
+    generator = random.Random(4)
+    for kind in range(1, 64, 4):
+        n = generator.choice([1, 5, 30, 200])
+        splits = generator.randbytes(2 * n)
+        widths = bytes([2, 9, 6, 8, 0, 7]) if kind & 8 else bytes([0, 9, 0, 4])
+        tuples = bytes([2 * (kind % 3), 4])
+        place = bytes([kind % 32, 20, 0]) if kind & 32 else bytes([0, 3, 1])
+        yield f"split-{kind}", bytes([kind]) + (n - 1).to_bytes(2, "little") + splits + widths + tuples + place
+    for kind in (0, 4, 8):
+        codes = b"".join(bytes([i, 0, 1, i, 0, 4]) for i in range(9))
+        yield f"any-{kind}", bytes([kind, 8, 0]) + codes + bytes([1, 2, 3, 1, 0, 0, 5, 9, 0])
+
+
 def inputs():
     for i, (name, symbols, block) in enumerate(huffman_blocks()):
         yield "fuzz_bzip2_huffman", name, bytes([0]) + (symbols - 1).to_bytes(2, "little") + bytes([i % 4]) + block
@@ -121,6 +136,9 @@ def inputs():
         yield "fuzz_bwt", name, bytes([i, 0, 1 + i * i, i % 4]) + bytes(range(2 * (i % 4))) + data
         for j, chain in enumerate(CHAINS):
             yield "fuzz_bzip2_roundtrip", f"{name}-{j}", chain + data
+    generator = random.Random(5)
+    for name, table in code_tables():
+        yield "fuzz_vlc", name, table + generator.randbytes(300)
     generator = random.Random(2)
     for i in range(16):
         calls = generator.randbytes(2)

@@ -30,5 +30,6 @@
 #include "zeldc/huffman.h"
 #include "zeldc/inflate.h"
 #include "zeldc/types.h"
+#include "zeldc/vlc.h"
 
 #endif
