@@ -1,9 +1,9 @@
 // A stream is a chain of tokens, and where the next one stands is known only from this one: that latency bounds the
 // decoder, and wrong guesses of branches on what the tokens are. So the fast loop takes all common tokens the same way,
 // without a branch on their kind: a match of either form, the 0 to 3 literals behind it, and the run of up to 18
-// literals that may follow, with copies of fixed size that may go too far. From token to token it is a load, a shift and
-// some ten single steps. What is left are branches that text seldom takes: lengths that are extended, matches longer
-// than 32 bytes or from less than 16 bytes back.
+// literals that may follow, with copies of fixed size that may go too far. From token to token it is a load, a shift
+// and some ten single steps. What is left are branches that text seldom takes: lengths that are extended, matches
+// longer than 32 bytes or from less than 16 bytes back.
 //
 // Once a round it is checked that both ends are far enough away for whatever a round may touch. The careful step does
 // the same with every byte checked: for the tokens that the fast loop passes over, and near the ends.
@@ -26,6 +26,32 @@ constexpr ptrdiff_t kInputMargin = 3 + 3 + 1 + 20;
 // And write: a match of 33 bytes with the slack of its copy, or 3 literals and a run of 20 behind it.
 constexpr ptrdiff_t kRoomMargin = 33 + kCopySlack;
 static_assert(kRoomMargin >= 33 + 3 + 20);
+
+// What the first byte of a match token says about it. No length: it is none, or the length is extended.
+struct MatchToken {
+  uint8_t len;
+  uint8_t shift;  // the distance is base + (the token's bytes as a number >> shift & mask)
+  uint16_t mask;
+  uint32_t base;
+};
+
+struct MatchTokens {
+  MatchToken of[256];
+};
+
+constexpr MatchTokens kMatchTokens = [] {
+  MatchTokens tokens{};
+  for (uint32_t b = 16; b < 256; ++b) {
+    const uint32_t field = b & (b < kMiddleMatch ? 7 : 31);
+    const auto len = static_cast<uint8_t>(b >= 64 ? (b >> 5) + 1 : field == 0 ? 0 : field + 2);
+    if (b >= 64) {
+      tokens.of[b] = {len, 5, 0x7F8, (b >> 2 & 7) + 1};
+    } else {
+      tokens.of[b] = {len, 10, 0x3FFF, b < kMiddleMatch ? uint32_t{kMiddleMaxDistance} + ((b & 8) << 11) : 1};
+    }
+  }
+  return tokens;
+}();
 
 struct Decoder {
   const uint8_t* in;
@@ -127,20 +153,16 @@ struct Decoder {
     uint8_t* const op_limit = out_end - kRoomMargin;
     while (ip <= ip_limit && op <= op_limit) {
       const uint64_t bytes = LoadLE<uint64_t>(ip);
-      const auto token = static_cast<uint32_t>(bytes & 0xFF);
-      const bool near = token >= 64;
-      const bool far = token < kMiddleMatch;
-      const auto word = static_cast<uint32_t>(bytes >> 8 & 0xFFFF);
-      const uint32_t field = token & (far ? 7 : 31);
-      const size_t len = near ? (token >> 5) + 1 : field + 2;
-      const uint32_t base = far ? kMiddleMaxDistance + ((token & 8) << 11) : 1;
-      const size_t distance = near ? (token >> 2 & 7) + ((word & 0xFF) << 3) + 1 : base + (word >> 2);
-      const size_t trailing = (near ? token : word) & 3;
-      const size_t size = 3 - near + trailing;
-      const auto next = static_cast<uint32_t>(bytes >> (8 * size) & 0xFF);
-      const bool run = next < 16;
+      const MatchToken token = kMatchTokens.of[bytes & 0xFF];
+      // 1 for a token of three bytes, 0 for one of two, which begins with 64 and more.
+      const uint32_t third = (static_cast<uint32_t>(bytes & 0xFF) - 64) >> 31;
+      const uint32_t trailing = static_cast<uint32_t>(bytes >> (8 * third)) & 3;
+      const size_t size = 2 + third + trailing;
+      const uint32_t next = static_cast<uint8_t>(bytes >> (8 * size));
+      const size_t distance = token.base + (static_cast<uint32_t>(bytes) >> token.shift & token.mask);
+      const size_t len = token.len;
       // Extensions, tokens that are none, and whatever may be the end marker.
-      if (ZELDC_UNLIKELY((!near && field == 0) || token < 16 || next == 0 || distance == kMiddleMaxDistance)) break;
+      if (ZELDC_UNLIKELY(len == 0 || next == 0 || distance == kMiddleMaxDistance)) break;
       if (ZELDC_UNLIKELY(distance > static_cast<size_t>(op - out_start))) break;
       if (ZELDC_LIKELY(distance >= 16 && len <= 32)) {
         Copy16(op, op - distance);
@@ -149,12 +171,15 @@ struct Decoder {
         CopyMatchWide(op, distance, len);
       }
       op += len;
-      StoreNative(op, LoadNative<uint32_t>(ip + size - trailing));
+      StoreNative(op, LoadNative<uint32_t>(ip + 2 + third));
       op += trailing;
-      Copy16(op, ip + size + 1);
-      StoreNative(op + 16, LoadNative<uint32_t>(ip + size + 17));
-      op += run ? next + 3 : 0;
-      ip += size + (run ? next + 4 : 0);
+      ip += size;
+      if (next < 16) {
+        Copy16(op, ip + 1);
+        StoreNative(op + 16, LoadNative<uint32_t>(ip + 17));
+        op += next + 3;
+        ip += next + 4;
+      }
     }
     in = ip;
     out = op;
