@@ -4,7 +4,7 @@
 
 #include "core/alloc.h"
 #include "core/vector_primitives.h"
-#include "inflate/history.h"
+#include "inflate/decoder_state.h"
 
 using namespace zeldc;
 
@@ -16,7 +16,7 @@ void StartStream(DecoderState* s) {
   s->deflateStatus = zelLZ77StatusInit;
   s->bitBuffer.Set(0);
   s->bitCount = 0;
-  SetHistoryFill(s, 0);
+  SetHistoryFill(&s->history, 0);
   s->decodeStage = kStageHeader;
   s->storedRemaining = 0;
   s->finalBlock = 0;
@@ -70,9 +70,9 @@ zelStatus zelsDecodeLZ77SetDictionary_8u(const uint8_t* pDict, int32_t dictLen, 
   if (dictLen < 1) return zelErrSize;
   DecoderState* s = Decoder(pLZ77State);
   const int32_t used = dictLen < kWindowSize ? dictLen : kWindowSize;
-  if (used < kWindowSize) ownsZero_8u(s->window, kWindowSize - used);
-  ownsCopy_8u(pDict + (dictLen - used), s->window + (kWindowSize - used), used);
-  SetHistoryFill(s, kWindowSize);
+  if (used < kWindowSize) ownsZero_8u(s->history.window, kWindowSize - used);
+  ownsCopy_8u(pDict + (dictLen - used), s->history.window + (kWindowSize - used), used);
+  SetHistoryFill(&s->history, kWindowSize);
   return zelOk;
 }
 

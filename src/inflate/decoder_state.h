@@ -2,8 +2,8 @@
 #pragma once
 
 #include "inflate/decode_tables.h"
-#include "inflate/match_copy.h"
 #include "shared/deflate_format.h"
+#include "shared/history.h"
 #include "shared/lz77_state.h"
 #include "zeldc/inflate.h"
 
@@ -31,11 +31,10 @@ enum DecodeStage : int32_t {
 struct DecoderState : zelLZ77State {
   zelLZ77Pair ownPairs[kDecoderPairs];
 
-  uint8_t window[2 * kWindowSize + kCopySlack];  // history, and what wide copies may read behind it
+  History history;
 
   Wide bitBuffer;           // input bits taken but not consumed, the next one lowest; zero above bitCount
   int32_t bitCount;         // 0..56
-  int32_t historyFill;      // bytes in the window, of which the last 32768 are history
   int32_t decodeStage;      // DecodeStage
   int32_t storedRemaining;  // bytes of the stored block still to deliver
   int32_t finalBlock;       // BFINAL of the current block

@@ -143,15 +143,16 @@ zelStatus DecodeToBytes(int32_t blockType, const uint8_t** ppSrc, int32_t* pSrcL
   ByteSink sink{*ppDst, *ppDst, *ppDst + *pDstLen, s};
   if (s->pendingLen > 0) {
     // The pair path may have left a match behind that reaches further.
-    if (static_cast<size_t>(s->pendingDist) > HistorySize(s)) return zelErrSize;
+    if (static_cast<size_t>(s->pendingDist) > HistorySize(s->history)) return zelErrSize;
     const int32_t n = s->pendingLen < *pDstLen ? s->pendingLen : *pDstLen;
-    CopyMatchThroughHistory(s, sink.outStart, sink.out, static_cast<size_t>(s->pendingDist), static_cast<size_t>(n));
+    CopyMatchThroughHistory(s->history, sink.outStart, sink.out, static_cast<size_t>(s->pendingDist),
+                            static_cast<size_t>(n));
     sink.out += n;
     s->pendingLen -= n;
   }
   const zelStatus status = s->pendingLen > 0 ? zelWarnDstFull : DecodeBlock(s, blockType, &in, &sink);
   StoreReader(s, &in, status, ppSrc, pSrcLen);
-  AppendToHistory(s, sink.outStart, static_cast<size_t>(sink.out - sink.outStart));
+  AppendToHistory(&s->history, sink.outStart, static_cast<size_t>(sink.out - sink.outStart));
   *pDstLen = static_cast<int32_t>(sink.outEnd - sink.out);
   *ppDst = sink.out;
   return status;

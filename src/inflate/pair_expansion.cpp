@@ -2,8 +2,7 @@
 
 #include <string.h>
 
-#include "inflate/history.h"
-#include "inflate/match_copy.h"
+#include "inflate/decoder_state.h"
 
 namespace zeldc {
 
@@ -20,10 +19,10 @@ struct Expansion {
 // As much of a match as there is room for; the rest waits in the record.
 zelStatus ExpandMatch(DecoderState* s, Expansion* x, size_t distance, size_t len) {
   const size_t written = static_cast<size_t>(x->out - x->outStart);
-  if (distance > written + HistorySize(s)) return zelErrBadData;
+  if (distance > written + HistorySize(s->history)) return zelErrBadData;
   const size_t room = static_cast<size_t>(x->outEnd - x->out);
   const size_t n = len < room ? len : room;
-  CopyMatchThroughHistory(s, x->outStart, x->out, distance, n);
+  CopyMatchThroughHistory(s->history, x->outStart, x->out, distance, n);
   x->out += n;
   s->pendingLen = static_cast<int32_t>(len - n);
   s->pendingDist = static_cast<int32_t>(distance);
@@ -91,7 +90,7 @@ extern "C" zelStatus zelsDecodeLZ77_8u(zelLZ77Pair** ppPairs, int32_t* pPairsLen
     s->pendingLen = 0;
     s->pendingDist = 0;
   } else {
-    AppendToHistory(s, x.outStart, static_cast<size_t>(x.out - x.outStart));
+    AppendToHistory(&s->history, x.outStart, static_cast<size_t>(x.out - x.outStart));
   }
   *ppPairs += x.pair - *ppPairs;
   *pPairsLen = static_cast<int32_t>(x.pairEnd - x.pair);

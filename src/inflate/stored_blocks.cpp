@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "inflate/history.h"
+#include "inflate/decoder_state.h"
 
 namespace zeldc {
 
@@ -77,7 +77,7 @@ zelStatus StoredToBytes(DecoderState* s, StoredSource* in, uint8_t** dst, int32_
   if (n > in->len) n = in->len;
   if (n > *dstLen) n = *dstLen;
   memcpy(*dst, in->src, static_cast<size_t>(n));
-  AppendToHistory(s, *dst, static_cast<size_t>(n));
+  AppendToHistory(&s->history, *dst, static_cast<size_t>(n));
   in->src += n;
   in->len -= n;
   *dst += n;

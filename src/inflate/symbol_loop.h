@@ -10,9 +10,7 @@
 // the last one is copied, and up to three literals follow one another without a refill.
 #pragma once
 
-#include "inflate/decode_tables.h"
-#include "inflate/history.h"
-#include "inflate/match_copy.h"
+#include "inflate/decoder_state.h"
 #include "shared/bits_lsb.h"
 
 #if ZELDC_BMI2
@@ -85,8 +83,8 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
   if constexpr (kHistory) {
     outStart = sink->outStart;
     outAddress = reinterpret_cast<uintptr_t>(outStart);
-    historyAddress = reinterpret_cast<uintptr_t>(HistoryEnd(sink->state)) ^ outAddress;
-    historyStart = -static_cast<ptrdiff_t>(HistorySize(sink->state));
+    historyAddress = reinterpret_cast<uintptr_t>(HistoryEnd(sink->state->history)) ^ outAddress;
+    historyStart = -static_cast<ptrdiff_t>(HistorySize(sink->state->history));
     if (outFastEnd - outStart > kWindowSize) outFastEnd = sink->outStart + kWindowSize;
   }
 
@@ -229,7 +227,7 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
         const uintptr_t origin = outAddress ^ (static_cast<uintptr_t>(inHistory) & historyAddress);
         CopyWide(out, reinterpret_cast<const uint8_t*>(origin + static_cast<uintptr_t>(start)), length);
       } else if (start < 0) {
-        CopyMatchThroughHistory(sink->state, outStart, out, distance, length);
+        CopyMatchThroughHistory(sink->state->history, outStart, out, distance, length);
       } else {
         CopyNear(out, distance, length);
       }
@@ -307,11 +305,11 @@ inline Symbol DecodeOne(DecoderState* s, const BlockTables& tables, BitReader* i
     in->Consume(lengthBits + allBits);
     *sink->out++ = {static_cast<uint16_t>(length), static_cast<uint16_t>(distance)};
   } else {
-    if (distance > static_cast<size_t>(sink->out - sink->outStart) + HistorySize(s)) return Symbol::kInvalid;
+    if (distance > static_cast<size_t>(sink->out - sink->outStart) + HistorySize(s->history)) return Symbol::kInvalid;
     in->Consume(lengthBits + allBits);
     const size_t room = static_cast<size_t>(sink->outEnd - sink->out);
     const size_t n = length < room ? length : room;
-    CopyMatchThroughHistory(s, sink->outStart, sink->out, distance, n);
+    CopyMatchThroughHistory(s->history, sink->outStart, sink->out, distance, n);
     sink->out += n;
     s->pendingLen = static_cast<int32_t>(length - n);
     s->pendingDist = static_cast<int32_t>(distance);

@@ -2,46 +2,43 @@
 // costs a copy of less than a window for each window of output. So no match meets a seam within it, and a call that
 // writes a window or more just copies its last 32 KiB here.
 
-#include "inflate/history.h"
+#include "shared/history.h"
 
 #include <string.h>
 
-#include "inflate/match_copy.h"
-
 namespace zeldc {
 
-void CopyMatchThroughHistory(const DecoderState* s, const uint8_t* outStart, uint8_t* out, size_t distance,
-                             size_t len) {
+void CopyMatchThroughHistory(const History& h, const uint8_t* outStart, uint8_t* out, size_t distance, size_t len) {
   const size_t written = static_cast<size_t>(out - outStart);
   if (distance > written) {
     const size_t before = distance - written;
     const size_t n = before < len ? before : len;
-    memcpy(out, HistoryEnd(s) - before, n);
+    memcpy(out, HistoryEnd(h) - before, n);
     out += n;
     len -= n;
   }
   if (len > 0) CopyMatchExact(out, distance, len);
 }
 
-void SetHistoryFill(DecoderState* s, int32_t fill) {
-  s->historyFill = fill;
-  memset(s->window + fill, 0, kCopySlack);
+void SetHistoryFill(History* h, int32_t fill) {
+  h->fill = fill;
+  memset(h->window + fill, 0, kCopySlack);
 }
 
-void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len) {
+void AppendToHistory(History* h, const uint8_t* bytes, size_t len) {
   constexpr size_t kSize = kWindowSize;
-  size_t fill = static_cast<size_t>(s->historyFill);
+  size_t fill = static_cast<size_t>(h->fill);
   if (len >= kSize) {
     bytes += len - kSize;
     len = kSize;
     fill = 0;
   } else if (fill + len > 2 * kSize) {
     const size_t kept = kSize - len;
-    memmove(s->window, s->window + (fill - kept), kept);
+    memmove(h->window, h->window + (fill - kept), kept);
     fill = kept;
   }
-  memcpy(s->window + fill, bytes, len);
-  SetHistoryFill(s, static_cast<int32_t>(fill + len));
+  memcpy(h->window + fill, bytes, len);
+  SetHistoryFill(h, static_cast<int32_t>(fill + len));
 }
 
 }  // namespace zeldc
