@@ -16,7 +16,7 @@
 // Positions that the contract leaves out, the last three of each call, have no rank (kUnranked) but do stand in the
 // four-byte chains, which must not have gaps. Bound by the cache misses of the walk and, for the rest, by insertion.
 
-#include "deflate/match_kernel.h"
+#include "deflate/search_levels.h"
 
 #if ZELDC_SSE41
 #include <smmintrin.h>
@@ -217,8 +217,7 @@ inline bool MakeTarget(const Search* x, const BestTables* t, const uint8_t* base
 }
 
 // Brings the four-byte chains up to byte i of the call with what earlier calls left out.
-void CatchUp(Search* x, const uint8_t* base, ptrdiff_t i) {
-  BestTables* const t = &x->state->tables.best;
+void CatchUp(BestTables* t, Search* x, const uint8_t* base, ptrdiff_t i) {
   const uint32_t end = x->posBase + static_cast<uint32_t>(i);
   if (end - t->chained > kWindowSize) t->chained = end - kWindowSize;
   for (; t->chained != end; ++t->chained) {
@@ -230,10 +229,9 @@ void CatchUp(Search* x, const uint8_t* base, ptrdiff_t i) {
 
 }  // namespace
 
-void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*readEnd*/) {
-  BestTables* const t = &x->state->tables.best;
+void SearchBest(BestTables* t, Search* x, const uint8_t* base, ptrdiff_t stop) {
   if (x->i >= stop || x->pair == x->pairEnd) return;
-  CatchUp(x, base, x->i);
+  CatchUp(t, x, base, x->i);
   ptrdiff_t i = x->i;
   Match carried{x->carriedLength, x->carriedDistance};
   Target at;
@@ -264,14 +262,13 @@ void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*read
   t->ranked = t->chained;
 }
 
-void InsertDictionaryBest(EncoderState* s, const uint8_t* dictionary, int32_t len) {
-  BestTables* const t = &s->tables.best;
+void InsertDictionaryBest(BestTables* t, uint32_t pos, const uint8_t* dictionary, int32_t len) {
   // The last position that has three bytes has its fourth in the input to come: it is chained later.
   int32_t i = 0;
-  for (; i + 4 <= len; ++i) Insert(t, dictionary + i, s->tablePos + static_cast<uint32_t>(i));
-  t->chained = s->tablePos + static_cast<uint32_t>(i);
-  for (; i + kMinMatch <= len; ++i) InsertRanked(t, dictionary + i, s->tablePos + static_cast<uint32_t>(i));
-  t->ranked = s->tablePos + static_cast<uint32_t>(i);
+  for (; i + 4 <= len; ++i) Insert(t, dictionary + i, pos + static_cast<uint32_t>(i));
+  t->chained = pos + static_cast<uint32_t>(i);
+  for (; i + kMinMatch <= len; ++i) InsertRanked(t, dictionary + i, pos + static_cast<uint32_t>(i));
+  t->ranked = pos + static_cast<uint32_t>(i);
 }
 
 }  // namespace zeldc
