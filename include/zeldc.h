@@ -27,6 +27,7 @@
 #include "zeldc/deflate.h"
 #include "zeldc/dictionary.h"
 #include "zeldc/inflate.h"
+#include "zeldc/lzss.h"
 #include "zeldc/types.h"
 
 #endif
