@@ -14,7 +14,7 @@ namespace {
 // Finds pairs, and codes them before there are too many.
 struct EncodingKernel {
   // As many positions are searched at a time, so that each may be a literal.
-  static constexpr ptrdiff_t kPairs = 2048;
+  static constexpr ptrdiff_t kPairs = 4096;
 
   NormalTables* tables;
   MsbWriter writer;
@@ -45,10 +45,13 @@ struct EncodingKernel {
   }
 
  private:
+  // Which of the two a pair is cannot be predicted: no branch.
   ZELDC_ALWAYS_INLINE static void Put(MsbWriter* w, zelLZ77Pair pair) {
-    const bool isMatch = pair.distance != 0;
-    const uint32_t match = uint32_t{pair.distance} << 8 | ((pair.length - 3u) & 0xFF);
-    w->Put(isMatch ? match : pair.length | 0x100u, isMatch ? kLzssMatchBits : kLzssLiteralBits);
+    const uint32_t isMatch = static_cast<uint32_t>(-int32_t{pair.distance} >> 31);  // all ones, or 0
+    const uint32_t low = (pair.length - (kMinMatch & isMatch)) & 0xFF;
+    const uint32_t flag = 0x100 & ~isMatch;
+    w->Put(uint32_t{pair.distance} << 8 | flag | low,
+           kLzssLiteralBits + ((kLzssMatchBits - kLzssLiteralBits) & isMatch));
   }
 
   void CodePairs(Search* x) {
