@@ -28,6 +28,7 @@
 #include "zeldc/dictionary.h"
 #include "zeldc/inflate.h"
 #include "zeldc/lzss.h"
+#include "zeldc/lzo.h"
 #include "zeldc/types.h"
 
 #endif

@@ -1,4 +1,4 @@
-# zlib, libdeflate and libbz2 as imported targets zeldc_zlib, zeldc_libdeflate and zeldc_libbz2.
+# zlib, libdeflate, libbz2 and liblzo2 as imported targets zeldc_zlib, zeldc_libdeflate, zeldc_libbz2, zeldc_liblzo2.
 #
 # The headers are those of the -dev packages. A 32-bit build on a 64-bit machine links the run-time libraries of the
 # i386 architecture by path, because their -dev packages can't stand beside the 64-bit ones.
@@ -31,3 +31,4 @@ endfunction()
 zeldc_find_oracle(zeldc_zlib zlib.h z zlib1g-dev zlib1g)
 zeldc_find_oracle(zeldc_libdeflate libdeflate.h deflate libdeflate-dev libdeflate0)
 zeldc_find_oracle(zeldc_libbz2 bzlib.h bz2 libbz2-dev libbz2-1.0)
+zeldc_find_oracle(zeldc_liblzo2 lzo/lzo1x.h lzo2 liblzo2-dev liblzo2-2)
