@@ -191,7 +191,7 @@ TEST(LzssDecode, LongRandomStreamAsPlain) {
 }
 
 TEST(LzssDecode, AnyBytesAsPlain) {
-  for (uint64_t seed = 1; seed < 60; ++seed) {
+  for (size_t seed = 1; seed < 60; ++seed) {
     Bytes stream = RandomBytes(1 + seed * 3, seed);
     // Mostly valid at first: literals before the first match.
     if (seed % 2) stream.insert(stream.begin(), 9 * 16, 0xFF);
