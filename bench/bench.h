@@ -105,3 +105,4 @@ void RegisterGit(Sample& sample);
 void RegisterVlc();
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);
+void RegisterLzss(Sample& sample);

@@ -42,6 +42,7 @@ int main(int argc, char** argv) {
   RegisterVlc();
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
+  for (const auto& sample : samples) RegisterLzss(*sample);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
 }

@@ -48,6 +48,22 @@ def streams():
     yield "mismatch", bytes.fromhex("010500faf0")
 
 
+# An LZSS stream: literals, and matches with whatever stands at most 300 bytes back.
+def lzss(data):
+    bits, i = "", 0
+    while i < len(data):
+        length, distance = max(
+            (next((n for n in range(258) if i + n >= len(data) or data[i + n] != data[i + n - d]), 258), d)
+            for d in range(1, min(i, 300) + 1)
+        ) if i else (0, 0)
+        if length < 3:
+            bits, i = bits + f"1{data[i]:08b}", i + 1
+        else:
+            bits, i = bits + f"0{distance:015b}{length - 3:08b}", i + length
+    bits += "0" * (-len(bits) % 8)
+    return bytes(int(bits[k : k + 8], 2) for k in range(0, len(bits), 8))
+
+
 # bzip2's Huffman stage: a description of tables with the given code lengths, and bytes behind it.
 def huffman_block(lengths, selectors, coded):
     bits = f"{len(lengths):03b}{len(selectors):015b}"
@@ -145,6 +161,10 @@ def inputs():
         for _ in range(generator.randint(5, 30)):
             calls += bytes([generator.randrange(256)]) + generator.randbytes(generator.randint(2, 40))
         yield "fuzz_hostile_pairs", f"calls-{i}", calls
+    # Piece and room, their seed; literals first. Pieces, rooms and seeds of encoder and decoder; copies.
+    for i, (name, data) in enumerate(texts()):
+        yield "fuzz_lzss_decode", name, bytes([31 * i, 90 * i % 256, i % 3, 2 * i]) + lzss(data)
+        yield "fuzz_lzss_roundtrip", name, bytes([70 * i % 256, 40 * i, i % 3, 31 * i, 90 * i % 256, i % 2, 9 * i]) + data
     # Sizes of rooms and pieces, a divisor or longest run, and for zero runs the length of a long one.
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_zero_run", name, bytes([40 * i, i, 3 * i, 17 * i, 2 * i]) + data

@@ -29,6 +29,7 @@
 #include "zeldc/git.h"
 #include "zeldc/huffman.h"
 #include "zeldc/inflate.h"
+#include "zeldc/lzss.h"
 #include "zeldc/lzo.h"
 #include "zeldc/types.h"
 #include "zeldc/vlc.h"

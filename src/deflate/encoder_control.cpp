@@ -14,7 +14,6 @@ void StartStream(EncoderState* s) {
   s->srcRemain = 0;
   s->lastFlush = zelLZ77FlushNone;
   s->historyPos = 0;
-  s->historyFill = 0;
   s->checksum = 0;
   s->totalIn.Set(0);
   s->bitBuffer.Set(0);
@@ -28,7 +27,7 @@ void StartStream(EncoderState* s) {
   s->codeBuilt = 0;
   s->treeBits = 0;
   s->treeBytesTaken = 0;
-  ClearMatchTables(s);
+  ClearSearch(s);
 }
 
 }  // namespace
@@ -76,10 +75,10 @@ zelStatus zelsEncodeLZ77SetDictionary_8u(const uint8_t* pDict, int32_t dictLen, 
   EncoderState* s = Encoder(pState);
   if (s->deflateStatus != zelLZ77StatusInit) return zelErr;
   const int32_t used = dictLen < kWindowSize ? dictLen : kWindowSize;
-  ownsCopy_8u(pDict + (dictLen - used), s->history, used);
-  if (s->tablePos != 0 || s->historyFill != 0) ClearMatchTables(s);  // what is known stands no longer in the history
+  if (s->window.tablePos != 0 || s->window.fill != 0) ClearSearch(s);  // of an earlier dictionary
+  ownsCopy_8u(pDict + (dictLen - used), s->window.history, used);
   s->historyPos = static_cast<uint32_t>(used);
-  s->historyFill = used;
+  s->window.fill = used;
   InsertDictionary(s);
   return zelOk;
 }

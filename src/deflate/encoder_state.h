@@ -1,17 +1,14 @@
 // The encoder's record.
 #pragma once
 
-#include "deflate/hash_salt.h"
 #include "shared/deflate_format.h"
 #include "shared/lz77_state.h"
+#include "shared/match_call.h"
 #include "zeldc/deflate.h"
 
 namespace zeldc {
 
 inline constexpr int kEncoderRecordSize = 598948;
-
-// Room for a window of history and for nearly as much new input behind it.
-inline constexpr int kHistorySize = 64512;
 
 // Where the block writer stands in the stream. The numbers are the contract's.
 enum BlockPhase : int32_t {
@@ -47,14 +44,9 @@ struct PairStatistics {
   Wide bytes;  // that the pairs stand for
 };
 
-// Tables of the match search, by level: see match_kernel.h.
+// Tables of the match search, by level: see search_levels.h.
 struct FastTables {
   uint16_t head[kHashSize];
-};
-
-struct NormalTables {
-  uint16_t head[kHashSize];
-  uint16_t previous[0x10000];  // by position: the one before it with the same hash
 };
 
 struct BestTables {
@@ -83,9 +75,6 @@ struct EncoderState : zelLZ77State {
   uint32_t historyPos;  // running position of the next byte, counting the dictionary
   uint32_t checksum;    // running value over all consumed bytes, started from 0
   Wide totalIn;         // bytes consumed
-  uint32_t tablePos;    // position of the next byte as the tables count it
-  uint32_t nextSweep;   // where old table entries must be made unusable for good
-  int32_t historyFill;  // bytes in history, the newest last
 
   // Block writer.
   Wide bitBuffer;  // bits not yet written, the first one lowest
@@ -108,16 +97,15 @@ struct EncoderState : zelLZ77State {
   uint8_t litLenLengths[kLitLenSymbols];  // of the dynamic code
   uint8_t distanceLengths[kDistanceSymbols];
 
-  uint8_t history[kHistorySize];
-
+  SearchWindow window;
   MatchTables tables;
 };
 static_assert(sizeof(EncoderState) <= kEncoderRecordSize && alignof(EncoderState) == 4);
 
 inline EncoderState* Encoder(zelLZ77State* state) { return static_cast<EncoderState*>(state); }
 
-// Forgets all positions.
-void ClearMatchTables(EncoderState* s);
+// Forgets all positions and the history.
+void ClearSearch(EncoderState* s);
 
 // Makes the dictionary, which is all of the history, known to the search.
 void InsertDictionary(EncoderState* s);

@@ -1,164 +1,85 @@
 // The match search: bytes to pairs.
 
-#include <string.h>
-
 #include "checksum/adler32.h"
 #include "checksum/crc.h"
-#include "core/vector_primitives.h"
-#include "deflate/match_kernel.h"
+#include "deflate/search_levels.h"
 
 namespace zeldc {
 
 namespace {
 
-// Between two sweeps, the newest entry may go from one window back to less than 2^16 back, even though a match at the
-// end of the stretch is inserted whole.
-constexpr uint32_t kSweepInterval = 32000;
-static_assert(kWindowSize + kSweepInterval + 2 * kMaxMatch < 0x10000);
-constexpr uint16_t kEmpty = 0x8000;  // as seen from position 0
+// The kernel of the record's level.
+struct LevelKernel {
+  EncoderState* s;
 
-// Makes entries that are a window old or older look exactly one window old. The position itself has no entry yet: what
-// looks like one is two windows old, or has been empty since position 0.
-void SweepTable(uint16_t* table, uint32_t pos) {
-  const uint16_t now = static_cast<uint16_t>(pos);
-  const uint16_t dead = static_cast<uint16_t>(pos - kWindowSize);
-  for (int i = 0; i < kHashSize; ++i) table[i] = static_cast<int16_t>(now - table[i]) <= 0 ? dead : table[i];
-}
-
-void Sweep(EncoderState* s, uint32_t pos) {
-  if (s->level == zelLZ77LevelFast) {
-    SweepTable(s->tables.fast.head, pos);
-  } else if (s->level == zelLZ77LevelNormal) {
-    SweepTable(s->tables.normal.head, pos);
-  } else {
-    SweepTable(s->tables.best.head3, pos);
-    SweepTable(s->tables.best.head4, pos);
-  }
-  s->nextSweep = pos + kSweepInterval;
-}
-
-bool IsSweepDue(const EncoderState* s, uint32_t pos) { return static_cast<int32_t>(s->nextSweep - pos) <= 0; }
-
-// Runs the level's kernel up to `stop`, with the sweeps that fall due.
-void Run(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
-  EncoderState* s = x->state;
-  while (x->i < stop && x->pair < x->pairEnd) {
-    const uint32_t pos = x->posBase + static_cast<uint32_t>(x->i);
-    if (IsSweepDue(s, pos)) Sweep(s, pos);
-    // Sums of positions and more may overflow a 32-bit ptrdiff_t at the end of the largest calls, differences do not.
-    const ptrdiff_t due = static_cast<ptrdiff_t>(s->nextSweep - pos);
-    const ptrdiff_t until = due < stop - x->i ? x->i + due : stop;
+  void Sweep(uint32_t pos) {
     if (s->level == zelLZ77LevelFast) {
-      SearchFast(x, base, until, readEnd);
+      SweepTable(s->tables.fast.head, pos);
     } else if (s->level == zelLZ77LevelNormal) {
-      SearchNormal(x, base, until, readEnd);
+      SweepTable(s->tables.normal.head, pos);
     } else {
-      SearchBest(x, base, until, readEnd);
+      SweepTable(s->tables.best.head3, pos);
+      SweepTable(s->tables.best.head4, pos);
     }
   }
-}
 
-// Forgets all but the last `kept` bytes of the history, or less where it is shorter.
-void TrimHistory(EncoderState* s, int32_t kept) {
-  if (s->historyFill <= kept) return;
-  memmove(s->history, s->history + (s->historyFill - kept), static_cast<size_t>(kept));
-  s->historyFill = kept;
-}
-
-void AppendToHistory(EncoderState* s, const uint8_t* bytes, int32_t len) {
-  if (len > kWindowSize) {
-    bytes += len - kWindowSize;
-    len = kWindowSize;
+  void Run(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
+    if (s->level == zelLZ77LevelFast) {
+      SearchFast(&s->tables.fast, x, base, stop, readEnd);
+    } else if (s->level == zelLZ77LevelNormal) {
+      SearchNormal(&s->tables.normal, x, base, stop);
+    } else {
+      SearchBest(&s->tables.best, x, base, stop);
+    }
   }
-  if (len == 0) return;
-  if (s->historyFill + len > kHistorySize) TrimHistory(s, kWindowSize - len);
-  ownsCopy_8u(bytes, s->history + s->historyFill, len);
-  s->historyFill += len;
-}
 
-// While matches can start in the history: searches a copy of the input behind the history, stretch by stretch, and
-// leaves what it has searched there.
-void SearchBehindHistory(Search* x, const uint8_t* src, int32_t n, ptrdiff_t searchEnd) {
-  constexpr int32_t kLookAhead = kMaxMatch + 8;
-  EncoderState* s = x->state;
-  const ptrdiff_t end = searchEnd < kWindowSize ? searchEnd : kWindowSize;
-  while (x->i < end && x->pair < x->pairEnd) {
-    const int32_t i = static_cast<int32_t>(x->i);
-    if (n - i > kHistorySize - s->historyFill) TrimHistory(s, kWindowSize);
-    const int32_t room = kHistorySize - s->historyFill;
-    const int32_t copied = n - i < room ? n - i : room;
-    ownsCopy_8u(src + i, s->history + s->historyFill, copied);
-    const ptrdiff_t stop = copied == n - i ? end : Smaller(end, x->i + copied - kLookAhead);
-    Run(x, s->history + (s->historyFill - i), stop, i + copied);
-    s->historyFill += static_cast<int32_t>(x->i) - i;
-  }
-}
+  void PutLiteral(Search* x, uint8_t byte) { zeldc::PutLiteral(x, byte); }
+};
 
-// Searches the call's n bytes and enters what was consumed into the history; answers how many bytes that is.
-int32_t SearchCall(EncoderState* s, const uint8_t* src, int32_t n, zelLZ77Pair** pairs, int32_t room, bool fullFlush) {
-  // Calls that are too short to search move on, too.
-  if (IsSweepDue(s, s->tablePos)) Sweep(s, s->tablePos);
-  // The last two or three bytes are literals, and no match covers them.
-  const ptrdiff_t searchEnd = n - (s->level == zelLZ77LevelBest ? 3 : 2);
-  Search x{};
-  x.state = s;
+// Searches the call's n bytes; answers how many were consumed.
+int32_t SearchBytes(EncoderState* s, const uint8_t* src, int32_t n, zelLZ77Pair** pairs, int32_t room, bool fullFlush) {
+  // The last two or three bytes are literals.
+  Search x = StartSearch(s->window, n, s->level == zelLZ77LevelBest ? 3 : 2);
   x.pair = *pairs;
   x.pairEnd = *pairs + room;
-  x.posBase = s->tablePos;
-  x.matchEnd = searchEnd;
-  x.oldest = -ptrdiff_t{s->historyFill < kWindowSize ? s->historyFill : kWindowSize};
   // Position 0 of a stream is no match source for a full flush.
   if (fullFlush && s->historyPos <= kWindowSize) {
     const ptrdiff_t one = 1 - static_cast<ptrdiff_t>(s->historyPos);
     if (one > x.oldest) x.oldest = one;
   }
-
-  if (s->historyFill > 0) SearchBehindHistory(&x, src, n, searchEnd);
-  const ptrdiff_t inHistory = s->historyFill > 0 ? x.i : 0;
-  // From here on no match reaches before the input.
-  Run(&x, src, searchEnd, n);
-  for (; x.i >= searchEnd && x.i < n && x.pair < x.pairEnd; ++x.i) PutLiteral(&x, src[x.i]);
-
-  const int32_t consumed = static_cast<int32_t>(x.i);
-  AppendToHistory(s, src + inHistory, consumed - static_cast<int32_t>(inHistory));
-  s->tablePos += static_cast<uint32_t>(consumed);
-  if (fullFlush) {
-    ClearMatchTables(s);
-    s->historyFill = 0;
-  }
+  LevelKernel kernel{s};
+  const int32_t consumed = SearchCall(&s->window, &kernel, &x).Run(src, n);
+  if (fullFlush) ClearSearch(s);
   *pairs = x.pair;
   return consumed;
 }
 
 }  // namespace
 
-void ClearMatchTables(EncoderState* s) {
-  auto clear = [](uint16_t* table) {
-    ownsSet_16s(static_cast<int16_t>(kEmpty), reinterpret_cast<int16_t*>(table), kHashSize);
-  };
-  s->tablePos = 0;
-  s->nextSweep = kSweepInterval;
+void ClearSearch(EncoderState* s) {
+  ClearWindow(&s->window);
   if (s->level == zelLZ77LevelFast) {
-    clear(s->tables.fast.head);
+    ClearTable(s->tables.fast.head);
   } else if (s->level == zelLZ77LevelNormal) {
-    clear(s->tables.normal.head);
+    ClearTable(s->tables.normal.head);
   } else {
-    clear(s->tables.best.head3);
-    clear(s->tables.best.head4);
+    ClearTable(s->tables.best.head3);
+    ClearTable(s->tables.best.head4);
     s->tables.best.chained = 0;
     s->tables.best.ranked = 0;
   }
 }
 
 void InsertDictionary(EncoderState* s) {
+  SearchWindow* const w = &s->window;
   if (s->level == zelLZ77LevelFast) {
-    InsertDictionaryFast(s, s->history, s->historyFill);
+    InsertDictionaryFast(&s->tables.fast, w->tablePos, w->history, w->fill);
   } else if (s->level == zelLZ77LevelNormal) {
-    InsertDictionaryNormal(s, s->history, s->historyFill);
+    InsertDictionaryNormal(&s->tables.normal, w->tablePos, w->history, w->fill);
   } else {
-    InsertDictionaryBest(s, s->history, s->historyFill);
+    InsertDictionaryBest(&s->tables.best, w->tablePos, w->history, w->fill);
   }
-  s->tablePos += static_cast<uint32_t>(s->historyFill);
+  w->tablePos += static_cast<uint32_t>(w->fill);
 }
 
 }  // namespace zeldc
@@ -182,7 +103,7 @@ extern "C" zelStatus zelsEncodeLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, zelLZ7
 
   const bool fullFlush = flush == zelLZ77FlushFull;
   zelLZ77Pair* const firstPair = *ppPairs;
-  const int32_t consumed = SearchCall(s, *ppSrc, *pSrcLen, ppPairs, *pPairsLen, fullFlush);
+  const int32_t consumed = SearchBytes(s, *ppSrc, *pSrcLen, ppPairs, *pPairsLen, fullFlush);
   if (s->checksumKind == zelLZ77CheckAdler32) {
     s->checksum = ownAdler32(s->checksum, *ppSrc, static_cast<size_t>(consumed));
   } else if (s->checksumKind == zelLZ77CheckCrc32) {

@@ -19,7 +19,8 @@
 
 #include <string.h>
 
-#include "deflate/position_batch.h"
+#include "deflate/search_levels.h"
+#include "shared/position_batch.h"
 
 #if ZELDC_SSE41
 #include <smmintrin.h>
@@ -281,8 +282,8 @@ inline Match LongerMatch(const Target& at, uint32_t length) {
 }
 
 // False when no position of the three-byte chain is near enough.
-inline bool MakeTarget(const Search* x, const EnteredAhead* ahead, const uint8_t* base, ptrdiff_t i, Target* at) {
-  const BestTables* const t = &x->state->tables.best;
+inline bool MakeTarget(const BestTables* t, const Search* x, const EnteredAhead* ahead, const uint8_t* base,
+                       ptrdiff_t i, Target* at) {
   at->t = t;
   at->ahead = ahead;
   at->p = base + i;
@@ -296,8 +297,7 @@ inline bool MakeTarget(const Search* x, const EnteredAhead* ahead, const uint8_t
 }
 
 // Brings the four-byte chains up to byte i of the call with what earlier calls left out.
-void CatchUp(Search* x, const uint8_t* base, ptrdiff_t i) {
-  BestTables* const t = &x->state->tables.best;
+void CatchUp(BestTables* t, Search* x, const uint8_t* base, ptrdiff_t i) {
   const uint32_t end = x->posBase + static_cast<uint32_t>(i);
   if (end - t->chained > kWindowSize) t->chained = end - kWindowSize;
   for (; t->chained != end; ++t->chained) {
@@ -309,14 +309,14 @@ void CatchUp(Search* x, const uint8_t* base, ptrdiff_t i) {
 
 // Searches up to `end`. The positions of all bytes up to there have been entered, and that of byte `end` unless no
 // match may start there.
-void RunBatch(Search* x, const EnteredAhead* ahead, const uint8_t* base, ptrdiff_t end) {
+void RunBatch(const BestTables* t, Search* x, const EnteredAhead* ahead, const uint8_t* base, ptrdiff_t end) {
   ptrdiff_t i = x->i;
   Match carried{x->carriedLength, x->carriedDistance};
   Target at;
   while (i < end && x->pair < x->pairEnd) {
-    if (carried.length == 0) carried = MakeTarget(x, ahead, base, i, &at) ? LongestMatch(at) : Match{2, 0};
+    if (carried.length == 0) carried = MakeTarget(t, x, ahead, base, i, &at) ? LongestMatch(at) : Match{2, 0};
     Match next{2, 0};
-    if (i + 1 < x->matchEnd && MakeTarget(x, ahead, base, i + 1, &at)) {
+    if (i + 1 < x->matchEnd && MakeTarget(t, x, ahead, base, i + 1, &at)) {
       next = carried.length < 3 ? LongestMatch(at) : LongerMatch(at, carried.length);
     }
     if (carried.length < 3 || next.length > carried.length) {
@@ -336,10 +336,9 @@ void RunBatch(Search* x, const EnteredAhead* ahead, const uint8_t* base, ptrdiff
 
 }  // namespace
 
-void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*readEnd*/) {
-  BestTables* const t = &x->state->tables.best;
+void SearchBest(BestTables* t, Search* x, const uint8_t* base, ptrdiff_t stop) {
   if (x->i >= stop || x->pair == x->pairEnd) return;
-  CatchUp(x, base, x->i);
+  CatchUp(t, x, base, x->i);
   EnteredAhead ahead;
   // The search looks one byte ahead.
   const ptrdiff_t enterEnd = stop < x->matchEnd ? stop + 1 : stop;
@@ -348,23 +347,22 @@ void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*read
       [&](ptrdiff_t i, ptrdiff_t n) {
         ahead.Insert(t, base + i, x->posBase + static_cast<uint32_t>(i), static_cast<uint32_t>(n));
       },
-      [&](ptrdiff_t, ptrdiff_t end) { RunBatch(x, &ahead, base, end == enterEnd ? stop : end - 1); },
+      [&](ptrdiff_t, ptrdiff_t end) { RunBatch(t, x, &ahead, base, end == enterEnd ? stop : end - 1); },
       [&](ptrdiff_t i, ptrdiff_t, ptrdiff_t kept) { ahead.Remove(t, base + i, static_cast<uint32_t>(kept)); });
   t->chained = x->posBase + static_cast<uint32_t>(x->i);
   t->ranked = t->chained;
 }
 
-void InsertDictionaryBest(EncoderState* s, const uint8_t* dictionary, int32_t len) {
-  BestTables* const t = &s->tables.best;
+void InsertDictionaryBest(BestTables* t, uint32_t pos, const uint8_t* dictionary, int32_t len) {
   // The last position that has three bytes has its fourth in the input to come: it is chained later.
   int32_t i = 0;
   for (; i + 4 <= len; ++i) {
-    InsertRanked(t, SaltedHash(dictionary + i), s->tablePos + static_cast<uint32_t>(i));
-    InsertInChain4(t, dictionary + i, s->tablePos + static_cast<uint32_t>(i));
+    InsertRanked(t, SaltedHash(dictionary + i), pos + static_cast<uint32_t>(i));
+    InsertInChain4(t, dictionary + i, pos + static_cast<uint32_t>(i));
   }
-  t->chained = s->tablePos + static_cast<uint32_t>(i);
-  for (; i + kMinMatch <= len; ++i) InsertRanked(t, SaltedHash(dictionary + i), s->tablePos + static_cast<uint32_t>(i));
-  t->ranked = s->tablePos + static_cast<uint32_t>(i);
+  t->chained = pos + static_cast<uint32_t>(i);
+  for (; i + kMinMatch <= len; ++i) InsertRanked(t, SaltedHash(dictionary + i), pos + static_cast<uint32_t>(i));
+  t->ranked = pos + static_cast<uint32_t>(i);
 }
 
 }  // namespace zeldc

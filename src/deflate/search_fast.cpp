@@ -5,7 +5,8 @@
 // first-level cache. So whether a candidate is near enough is not a branch of its own, and the next position's
 // candidate is fetched before the branch for this one, where its misses pass while the branch is being resolved.
 
-#include "deflate/position_batch.h"
+#include "deflate/search_levels.h"
+#include "shared/position_batch.h"
 
 #if ZELDC_AVX2
 #include <immintrin.h>
@@ -103,8 +104,8 @@ ZELDC_NOINLINE void RunBatch(Search* x, const PositionBatch& batch, const uint8_
 
 }  // namespace
 
-void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
-  uint16_t* const head = x->state->tables.fast.head;
+void SearchFast(FastTables* t, Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
+  uint16_t* const head = t->head;
   PositionBatch batch;
   uint16_t hashes[PositionBatch::kSize];
   auto hash = [&](ptrdiff_t k) ZELDC_LAMBDA_INLINE { return hashes[k]; };
@@ -129,9 +130,9 @@ void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEn
       [&](ptrdiff_t, ptrdiff_t n, ptrdiff_t kept) { batch.Remove(head, n, kept, hash); });
 }
 
-void InsertDictionaryFast(EncoderState* s, const uint8_t* dictionary, int32_t len) {
+void InsertDictionaryFast(FastTables* t, uint32_t pos, const uint8_t* dictionary, int32_t len) {
   for (int32_t i = 0; i + kMinMatch <= len; ++i) {
-    s->tables.fast.head[RollingHash(dictionary + i)] = static_cast<uint16_t>(s->tablePos + static_cast<uint32_t>(i));
+    t->head[RollingHash(dictionary + i)] = static_cast<uint16_t>(pos + static_cast<uint32_t>(i));
   }
 }
 

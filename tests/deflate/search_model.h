@@ -9,7 +9,7 @@
 #include <array>
 
 #include "deflate/block_parser.h"
-#include "deflate/hash_salt.h"
+#include "shared/hash_salt.h"
 #include "support/bytes.h"
 #include "zeldc.h"
 

@@ -1,4 +1,5 @@
-// zelLZ77LevelNormal: greedy, the longest match among the newest 16 positions with the same salted hash of three bytes.
+// The search of Deflate's normal level and of LZSS: greedy, the longest match among the newest 16 positions with the
+// same salted hash of three bytes.
 //
 // Positions are entered ahead of the search (position_batch.h), chains and all.
 //
@@ -8,7 +9,7 @@
 // is linked to is replaced by a position exactly a window back: so the first link of a walk that is too old looks old,
 // and no walk goes beyond it.
 
-#include "deflate/position_batch.h"
+#include "shared/position_batch.h"
 
 namespace zeldc {
 
@@ -85,8 +86,8 @@ ZELDC_ALWAYS_INLINE Match LongestMatch(const uint16_t* previous, const uint8_t* 
 // Searches up to `end`. kInside: a window lies before all of it, and a longest match behind. Not inlined, so that what
 // the walk needs stays in registers.
 template <bool kInside>
-ZELDC_NOINLINE void RunBatch(Search* x, const uint8_t* base, ptrdiff_t end) {
-  const uint16_t* const previous = x->state->tables.normal.previous;
+ZELDC_NOINLINE void RunBatch(const NormalTables* t, Search* x, const uint8_t* base, ptrdiff_t end) {
+  const uint16_t* const previous = t->previous;
   zelLZ77Pair* pair = x->pair;
   zelLZ77Pair* const pairEnd = x->pairEnd;
   const uint8_t* const start = base + x->i;
@@ -114,17 +115,16 @@ ZELDC_NOINLINE void RunBatch(Search* x, const uint8_t* base, ptrdiff_t end) {
 
 }  // namespace
 
-void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*readEnd*/) {
-  NormalTables* const t = &x->state->tables.normal;
+void SearchNormal(NormalTables* t, Search* x, const uint8_t* base, ptrdiff_t stop) {
   PositionBatch batch;
   SearchInBatches(
       x, stop, stop, PositionBatch::kSize,
       [&](ptrdiff_t i, ptrdiff_t n) { Insert(t, &batch, base + i, x->posBase + static_cast<uint32_t>(i), n); },
       [&](ptrdiff_t, ptrdiff_t end) {
         if (Reach(x, x->i) >= kMaxDistance && x->matchEnd - end >= kMaxMatch) {
-          RunBatch<true>(x, base, end);
+          RunBatch<true>(t, x, base, end);
         } else {
-          RunBatch<false>(x, base, end);
+          RunBatch<false>(t, x, base, end);
         }
       },
       [&](ptrdiff_t i, ptrdiff_t n, ptrdiff_t kept) {
@@ -132,12 +132,12 @@ void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*re
       });
 }
 
-void InsertDictionaryNormal(EncoderState* s, const uint8_t* dictionary, int32_t len) {
+void InsertDictionaryNormal(NormalTables* t, uint32_t pos, const uint8_t* dictionary, int32_t len) {
   PositionBatch batch;
   const ptrdiff_t all = len - (kMinMatch - 1);
   for (ptrdiff_t i = 0; i < all; i += PositionBatch::kSize) {
     const ptrdiff_t n = all - i < PositionBatch::kSize ? all - i : PositionBatch::kSize;
-    Insert(&s->tables.normal, &batch, dictionary + i, s->tablePos + static_cast<uint32_t>(i), n);
+    Insert(t, &batch, dictionary + i, pos + static_cast<uint32_t>(i), n);
   }
 }
 

@@ -6,7 +6,7 @@
 // taken out.
 #pragma once
 
-#include "deflate/match_kernel.h"
+#include "shared/match_kernel.h"
 
 #if ZELDC_SSE2
 #include <emmintrin.h>

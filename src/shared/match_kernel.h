@@ -1,41 +1,47 @@
-// What the three levels' kernels of the match search share.
+// What the kernels of the match search share.
 //
 // A kernel runs over contiguous memory: base[i] is byte i of the call, the history stands before, and bytes before
 // readEnd may be read. It searches from x->i up to, not including, `stop`, while there is room for pairs.
 //
 // Tables hold positions modulo 2^16; chains tell, for each position, the one before it with the same hash, or the
-// distance to it. A distance is good while it is below 2^15; Sweep() makes entries unusable before they lie 2^16 back
-// and would look new again.
+// distance to it. A distance is good while it is below 2^15; sweeps (match_call.h) make entries unusable before they
+// lie 2^16 back and would look new again.
 #pragma once
 
+#include <stddef.h>
+#include <stdint.h>
+
 #include "core/target.h"
-#include "deflate/encoder_state.h"
+#include "shared/deflate_format.h"
+#include "shared/hash_salt.h"
 #include "shared/unaligned.h"
+#include "zeldc/lz77.h"
 
 namespace zeldc {
 
 // One call's search, handed from one stretch of contiguous memory to the next.
 struct Search {
-  EncoderState* state;
   zelLZ77Pair* pair;
   zelLZ77Pair* pairEnd;
   ptrdiff_t i;         // next byte, counted from the call's first
   ptrdiff_t matchEnd;  // no match reaches further
   ptrdiff_t oldest;    // no match starts before
   uint32_t posBase;    // table position of the call's first byte
-  // zelLZ77LevelBest: what is known of byte i. Length 0: nothing; 2: no match starts there.
+  // The best level of Deflate: what is known of byte i. Length 0: nothing; 2: no match starts there.
   uint32_t carriedLength;
   uint32_t carriedDistance;
 };
 
-void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
-void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
-void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
+// The search that Deflate's normal level and LZSS have in common: greedy, up to 16 candidates.
+struct NormalTables {
+  uint16_t head[kHashSize];
+  uint16_t previous[0x10000];  // by position: the one before it with the same hash
+};
 
-// Makes a dictionary, which begins at the tables' position, known.
-void InsertDictionaryFast(EncoderState* s, const uint8_t* dictionary, int32_t len);
-void InsertDictionaryNormal(EncoderState* s, const uint8_t* dictionary, int32_t len);
-void InsertDictionaryBest(EncoderState* s, const uint8_t* dictionary, int32_t len);
+void SearchNormal(NormalTables* t, Search* x, const uint8_t* base, ptrdiff_t stop);
+
+// Makes a dictionary, whose first byte has position `pos`, known.
+void InsertDictionaryNormal(NormalTables* t, uint32_t pos, const uint8_t* dictionary, int32_t len);
 
 struct Match {
   uint32_t length;

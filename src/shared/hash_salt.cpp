@@ -1,6 +1,6 @@
 // The salt of the match search's hash. Its first values are fixed by the contract; the others come from a generator.
 
-#include "deflate/hash_salt.h"
+#include "shared/hash_salt.h"
 
 namespace zeldc {
 

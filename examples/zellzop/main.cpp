@@ -1,0 +1,13 @@
+// zellzop: compresses and decompresses files in the .lzo format with the zeldc library.
+
+#include "common/new_file.h"
+#include "zellzop/jobs.h"
+#include "zellzop/options.h"
+
+int main(int argc, char** argv) {
+  int exitStatus;
+  const auto options = zellzop::ParseOptions(argc, argv, exitStatus);
+  if (!options) return exitStatus;
+  example::RemoveNewFileOnSignals();
+  return zellzop::Jobs(*options).Run();
+}

@@ -1,0 +1,157 @@
+// The LZSS encoder: the match search of Deflate's normal level, its pairs put into bits.
+//
+// Bound by the search. Pairs go through a small array, which stays in the first-level cache, and are coded without a
+// branch, two for each store; so coding costs little beside the search, whose branches wait for cache misses.
+
+#include "core/alloc.h"
+#include "dictionary/lzss_state.h"
+#include "shared/bits_msb.h"
+
+namespace zeldc {
+
+namespace {
+
+// Finds pairs, and codes them before there are too many.
+struct EncodingKernel {
+  // As many positions are searched at a time, so that each may be a literal.
+  static constexpr ptrdiff_t kPairs = 4096;
+
+  NormalTables* tables;
+  MsbWriter writer;
+  zelLZ77Pair pairs[kPairs];
+
+  EncodingKernel(NormalTables* t, const MsbWriter& w) : tables(t), writer(w) {}
+
+  void Sweep(uint32_t pos) { SweepTable(tables->head, pos); }
+
+  void Run(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t /*readEnd*/) {
+    do {
+      SearchNormal(tables, x, base, stop - x->i < kPairs ? stop : x->i + kPairs);
+      CodePairs(x);
+    } while (x->i < stop && x->pair < x->pairEnd);
+  }
+
+  void PutLiteral(Search* x, uint8_t byte) {
+    zeldc::PutLiteral(x, byte);
+    CodePairs(x);
+  }
+
+  // Makes room for pairs: as many as begin within the output whatever they are.
+  void MakeRoom(Search* x) {
+    const ptrdiff_t room = writer.outEnd - writer.out;
+    const ptrdiff_t tokens = room > 0 ? (room - 1) / (kLzssMatchBits / 8) + 1 : 0;
+    x->pair = pairs;
+    x->pairEnd = pairs + (tokens < kPairs ? tokens : kPairs);
+  }
+
+ private:
+  // Which of the two a pair is cannot be predicted: no branch.
+  ZELDC_ALWAYS_INLINE static void Put(MsbWriter* w, zelLZ77Pair pair) {
+    const uint32_t isMatch = static_cast<uint32_t>(-int32_t{pair.distance} >> 31);  // all ones, or 0
+    const uint32_t low = (pair.length - (kMinMatch & isMatch)) & 0xFF;
+    const uint32_t flag = 0x100 & ~isMatch;
+    w->Put(uint32_t{pair.distance} << 8 | flag | low,
+           kLzssLiteralBits + ((kLzssMatchBits - kLzssLiteralBits) & isMatch));
+  }
+
+  void CodePairs(Search* x) {
+    const zelLZ77Pair* pair = pairs;
+    MsbWriter w = writer;
+    while (x->pair - pair >= 2 && w.outEnd - w.out >= 8) {
+      Put(&w, pair[0]);
+      Put(&w, pair[1]);
+      w.WriteBytesWide();
+      pair += 2;
+    }
+    while (pair < x->pair) {
+      Put(&w, *pair++);
+      w.WriteBytes();
+    }
+    writer = w;
+    MakeRoom(x);
+  }
+};
+
+LzssEncoder* Encoder(zelLZSSState* state) { return static_cast<LzssEncoder*>(state); }
+
+int32_t Encode(LzssEncoder* s, MsbWriter* w, const uint8_t* src, int32_t n) {
+  w->WriteBytes();
+  EncodingKernel kernel(&s->tables, *w);
+  Search x = StartSearch(s->window, n, 2);
+  kernel.MakeRoom(&x);
+  const int32_t consumed = SearchCall(&s->window, &kernel, &x).Run(src, n);
+  *w = kernel.writer;
+  return consumed;
+}
+
+}  // namespace
+
+}  // namespace zeldc
+
+using namespace zeldc;
+
+extern "C" {
+
+zelStatus zelsLZSSGetSize_8u(int32_t* pSize) {
+  if (!pSize) return zelErrNullPtr;
+  *pSize = kLzssRecordSize;
+  return zelOk;
+}
+
+zelStatus zelsEncodeLZSSInit_8u(zelLZSSState* pState) {
+  if (!pState) return zelErrNullPtr;
+  LzssEncoder* const s = Encoder(pState);
+  s->kind = kLzssEncoder;
+  s->waiting = 0;
+  s->waitingCount = 0;
+  ClearWindow(&s->window);
+  ClearTable(s->tables.head);
+  return zelOk;
+}
+
+zelStatus zelsEncodeLZSSInitAlloc_8u(zelLZSSState** ppState) {
+  if (!ppState) return zelErrNullPtr;
+  *ppState = static_cast<zelLZSSState*>(zelAllocState(kLzssRecordSize));
+  if (!*ppState) return zelErrNoMem;
+  return zelsEncodeLZSSInit_8u(*ppState);
+}
+
+zelStatus zelsEncodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, int32_t* pDstLen,
+                            zelLZSSState* pState) {
+  if (!ppSrc || !pSrcLen || !ppDst || !pDstLen || !pState) return zelErrNullPtr;
+  if (*pSrcLen < 0 || *pDstLen < 0) return zelErrSize;
+  if (pState->kind != kLzssEncoder) return zelErr;
+  if (*pDstLen == 0) return zelWarnDstFull;
+  if (*pSrcLen == 0) return zelOk;
+  if (!*ppSrc || !*ppDst) return zelErrNullPtr;
+  MsbWriter w(pState->waiting, pState->waitingCount, *ppDst, static_cast<size_t>(*pDstLen));
+  const int32_t consumed = Encode(Encoder(pState), &w, *ppSrc, *pSrcLen);
+  pState->waiting = w.Waiting();
+  pState->waitingCount = w.WaitingCount();
+  *ppSrc += consumed;
+  *pSrcLen -= consumed;
+  *ppDst = w.out;
+  *pDstLen = static_cast<int32_t>(w.outEnd - w.out);
+  return *pDstLen == 0 ? zelWarnDstFull : zelOk;
+}
+
+zelStatus zelsEncodeLZSSFlush_8u(uint8_t** ppDst, int32_t* pDstLen, zelLZSSState* pState) {
+  if (!ppDst || !pDstLen || !pState) return zelErrNullPtr;
+  if (*pDstLen < 1) return zelErrSize;
+  if (!*ppDst) return zelErrNullPtr;
+  if (pState->kind != kLzssEncoder) return zelErr;
+  uint32_t bits = pState->waiting;
+  for (int32_t count = pState->waitingCount; count > 0;) {
+    *(*ppDst)++ = static_cast<uint8_t>(bits >> 24);
+    bits <<= 8;
+    count = count > 8 ? count - 8 : 0;
+    if (--*pDstLen == 0) {
+      pState->waiting = bits;
+      pState->waitingCount = count;
+      return zelWarnDstFull;
+    }
+  }
+  return zelOk;
+}
+
+}  // extern "C"
