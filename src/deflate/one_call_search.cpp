@@ -1,13 +1,12 @@
 // The one-call match search: bytes to items, with tables and window of the caller's.
 //
-// The search runs over contiguous memory: while matches can start in the window, over a copy of the window and the
-// input's beginning on the stack, then over the input itself.
+// Kernels run over contiguous memory: while matches can start in the window, over a copy of the window and the input's
+// beginning, then over the input itself.
 
 #include <string.h>
 
-#include "deflate/match_kernel.h"
-#include "deflate/one_call.h"
-#include "deflate/pair_codes.h"
+#include "deflate/one_call_chained.h"
+#include "deflate/rolling_hash.h"
 #include "zeldc/deflate_helpers.h"
 
 namespace zeldc {
@@ -19,122 +18,84 @@ namespace {
 constexpr int32_t kMargin = 260;
 constexpr int32_t kFirstFlushToEnd = 2;
 
-struct OneCall {
-  OneCallTables t;
-  uint32_t position;  // of the input's first byte
-  ptrdiff_t size;     // of the input
-  ptrdiff_t stop;     // no item starts here or behind
-  ptrdiff_t i;        // next byte
-  uint32_t rolling;   // hash of two bytes at i
-  uint8_t* lit;
-  uint16_t* dist;
-  int32_t room;
-  int32_t* litFreq;
-  int32_t* distFreq;
-};
+constexpr int32_t kMinWindow = 256;
+constexpr int32_t kMinHash = 256;
+constexpr int32_t kMaxHash = 65536;
 
-void Count(int32_t* counter) { *counter = static_cast<int32_t>(static_cast<uint32_t>(*counter) + 1); }
+void Add(int32_t* counter, uint32_t n) { *counter = static_cast<int32_t>(static_cast<uint32_t>(*counter) + n); }
 
-void PutItemLiteral(OneCall* x, uint8_t byte) {
-  *x->lit++ = byte;
-  *x->dist++ = 0;
-  --x->room;
-  Count(x->litFreq + byte);
-}
-
-void PutItemMatch(OneCall* x, Match m) {
-  const uint32_t d = m.distance - 1;
-  *x->lit++ = static_cast<uint8_t>(m.length - kMinMatch);
-  *x->dist++ = static_cast<uint16_t>(m.distance);
-  --x->room;
-  Count(x->litFreq + kFirstLengthSymbol + kLengthSymbolIndex.of[m.length - kMinMatch]);
-  Count(x->distFreq + kDistanceSymbolIndex.of[d < 256 ? d : 256 + (d >> 7)]);
-}
-
-// The distance to a table's entry, or 0 when it is good for nothing.
-uint32_t GoodDistance(const OneCall* x, uint32_t position, int32_t entry) {
-  const uint32_t distance = position - static_cast<uint32_t>(entry);
-  return entry >= 0 && static_cast<int32_t>(position) > entry && distance < x->t.winSize ? distance : 0;
-}
-
-uint32_t LengthLimit(const OneCall* x) { return Smaller(kMaxMatch, x->size - x->i); }
-
-// Enters position i, which has three bytes, and answers what was there.
-int32_t EnterFast(OneCall* x, const uint8_t* p, uint32_t position) {
-  x->rolling = Roll(x->rolling, p[2], x->t.hashMask);
-  int32_t* const head = x->t.head + x->rolling;
-  const int32_t before = *head;
-  *head = static_cast<int32_t>(position);
-  return before;
-}
-
-int32_t EnterChained(OneCall* x, const uint8_t* p, uint32_t position) {
-  int32_t* const head = x->t.head + (SaltedHash(p) & x->t.hashMask);
-  const int32_t before = *head;
-  x->t.chain[position % x->t.winSize] = before;
-  *head = static_cast<int32_t>(position);
-  return before;
-}
-
-template <bool kChained>
-void RunGreedy(OneCall* x, const uint8_t* base, ptrdiff_t stop, int candidates) {
-  while (x->i < stop && x->room > 0) {
-    const uint8_t* const p = base + x->i;
-    const uint32_t position = x->position + static_cast<uint32_t>(x->i);
-    const uint32_t limit = LengthLimit(x);
-    Match best{2, 0};
-    if (limit >= kMinMatch) {
-      int32_t candidate = kChained ? EnterChained(x, p, position) : EnterFast(x, p, position);
-      for (int left = candidates; left > 0; --left) {
-        const uint32_t distance = GoodDistance(x, position, candidate);
-        if (distance == 0) break;
-        const uint32_t length = MatchLength(p, p - distance, 0, limit);
-        if (length > best.length) best = {length, distance};
-        if (kChained) candidate = x->t.chain[(position - distance) % x->t.winSize];
-      }
-    }
-    if (best.length < kMinMatch) {
-      PutItemLiteral(x, *p);
-      ++x->i;
-      continue;
-    }
-    PutItemMatch(x, best);
-    for (uint32_t n = 1; n < best.length && x->i + static_cast<ptrdiff_t>(n) + 2 < x->size; ++n) {
-      if (kChained) {
-        EnterChained(x, p + n, position + n);
-      } else {
-        EnterFast(x, p + n, position + n);
-      }
-    }
-    x->i += best.length;
+void AddCounts(const OneCall* c, int32_t* litFreq, int32_t* distFreq) {
+  PairStatistics statistics;
+  c->counter.Sum(c->made, &statistics);
+  for (int i = 0; i < kLitLenSymbols; ++i) {
+    if (i != kEndOfBlock) Add(litFreq + i, statistics.litLen[i]);
   }
+  for (int i = 0; i < kDistanceSymbols; ++i) Add(distFreq + i, statistics.distance[i]);
 }
 
-void Run(OneCall* x, const uint8_t* base, ptrdiff_t stop, int32_t level) {
-  if (level < kFirstChainedLevel) {
-    RunGreedy<false>(x, base, stop, 1);
+// Runs search(base, stop, readEnd) up to `stop`, first on the copy behind the window, which begin(base, readEnd) sees,
+// then on the input. What has no three bytes behind follows as literals.
+template <typename Begin, typename Run>
+ZELDC_ALWAYS_INLINE void SearchCall(OneCall* c, const uint8_t* src, const uint8_t* window, ptrdiff_t stop, Begin begin,
+                                    Run run) {
+  constexpr ptrdiff_t kLookAhead = kMaxMatch + 32;
+  uint8_t joined[2 * kWindowSize + kLookAhead];
+  const ptrdiff_t winSize = static_cast<ptrdiff_t>(c->t.winSize);
+  const ptrdiff_t searchStop = stop < c->hashed ? stop : c->hashed;
+  c->StartPairs();
+  if (c->history > 0) {
+    const ptrdiff_t copied = c->size < winSize + kLookAhead ? c->size : winSize + kLookAhead;
+    memcpy(joined, window, static_cast<size_t>(c->history));
+    memcpy(joined + c->history, src, static_cast<size_t>(copied));
+    begin(joined + c->history, copied);
+    run(joined + c->history, searchStop < winSize ? searchStop : winSize, copied);
   } else {
-    RunGreedy<true>(x, base, stop, level < kFirstThoroughLevel ? 16 : 256);
+    begin(src, c->size);
+  }
+  run(src, searchStop, c->size);
+  for (; c->x.i >= searchStop && c->x.i < stop && c->room > 0; ++c->x.i) {
+    PutLiteral(&c->x, src[c->x.i]);
+    c->PutItems();
   }
 }
 
-void SearchOneCall(OneCall* x, const uint8_t* src, const uint8_t* window, int32_t level) {
-  // Room for the window, the input that matches can start before, and the longest match there.
-  uint8_t joined[2 * kWindowSize + kMaxMatch + 16];
-  if (x->size >= 2) x->rolling = StartRollingHash(src);
-  const int32_t position = static_cast<int32_t>(x->position);
-  if (position > 0) {
-    const ptrdiff_t winSize = static_cast<ptrdiff_t>(x->t.winSize);
-    const ptrdiff_t history = position < winSize ? position : winSize;
-    const ptrdiff_t input = x->size < winSize + kMaxMatch + 16 ? x->size : winSize + kMaxMatch + 16;
-    memcpy(joined, window, static_cast<size_t>(history));
-    memcpy(joined + history, src, static_cast<size_t>(input));
-    Run(x, joined + history, x->stop < winSize ? x->stop : winSize, level);
-  }
-  Run(x, src, x->stop, level);
+void SearchFastCall(OneCall* c, const uint8_t* src, const uint8_t* window, ptrdiff_t stop) {
+  SearchCall(
+      c, src, window, stop, [](const uint8_t*, ptrdiff_t) {},
+      [&](const uint8_t* base, ptrdiff_t end, ptrdiff_t readEnd) { SearchOneCallFast(c, base, end, readEnd); });
+}
+
+void SearchChainedCall(OneCall* c, const uint8_t* src, const uint8_t* window, ptrdiff_t stop, int32_t level) {
+  SideTables t;
+  SearchCall(
+      c, src, window, stop, [&](const uint8_t* base, ptrdiff_t readEnd) { StartSideTables(c, &t, base, readEnd); },
+      [&](const uint8_t* base, ptrdiff_t end, ptrdiff_t readEnd) {
+        SearchOneCallChained(c, &t, base, end, readEnd, level);
+      });
 }
 
 }  // namespace
+
+void OneCall::PutItems() {
+  const int32_t n = static_cast<int32_t>(x.pair - pairs);
+  auto put = [&](int32_t k, int set) ZELDC_LAMBDA_INLINE {
+    const PairPlace at = PlaceOf(pairs[k]);
+    counter.Count(at, set);
+    lit[k] = static_cast<uint8_t>(at.place);
+    dist[k] = pairs[k].distance;
+  };
+  int32_t k = 0;
+  for (; k + 2 <= n; k += 2) {
+    put(k, 0);
+    put(k + 1, 1);
+  }
+  if (k < n) put(k, 0);
+  lit += n;
+  dist += n;
+  room -= n;
+  made += n;
+  StartPairs();
+}
 
 }  // namespace zeldc
 
@@ -146,10 +107,10 @@ zelStatus zelsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t dictLen, int
                                       int32_t* pHashPrevTbl, uint8_t* pWindow, int32_t winSize, int32_t comprLevel) {
   if (dictLen < kMinMatch) return zelOk;
   if (!pDict || !pHashHeadTbl || !pHashPrevTbl || !pWindow) return zelErrNullPtr;
-  if (winSize < kMinOneCallWindow || winSize > kWindowSize) return zelErrSize;
-  if (hashSize < kMinOneCallHash || hashSize > kMaxOneCallHash) return zelErrSize;
+  if (winSize < kMinWindow || winSize > kWindowSize) return zelErrSize;
+  if (hashSize < kMinHash || hashSize > kMaxHash) return zelErrSize;
   const int32_t n = dictLen < winSize ? dictLen : winSize;
-  memcpy(pWindow, pDict + (dictLen - n), static_cast<size_t>(n));
+  memmove(pWindow, pDict + (dictLen - n), static_cast<size_t>(n));
   if (n < kMaxMatch) return zelOk;
   const uint32_t mask = static_cast<uint32_t>(hashSize) - 1;
   if (comprLevel >= kFirstChainedLevel) {
@@ -159,11 +120,8 @@ zelStatus zelsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t dictLen, int
       *head = i;
     }
   } else {
-    uint32_t hash = StartRollingHash(pWindow);
-    for (int32_t i = 0; i <= n - kMaxMatch; ++i) {
-      hash = Roll(hash, pWindow[i + 2], mask);
-      pHashHeadTbl[hash] = i;
-    }
+    pHashHeadTbl[RollingHash(pWindow, mask)] = 0;
+    for (int32_t i = 1; i <= n - kMaxMatch; ++i) pHashHeadTbl[RollingHashWithByteBefore(pWindow + i, mask)] = i;
   }
   return zelOk;
 }
@@ -174,27 +132,36 @@ zelStatus zelsDeflateLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx
                              int32_t* pDstLen, int32_t comprLevel, zelLZ77FlushMode flush) {
   if (!ppSrc || !pSrcLen || !pSrcIdx || !pWindow || !pHashHeadTbl || !pHashPrevTbl) return zelErrNullPtr;
   if (!pLitFreqTable || !pDistFreqTable || !pLitDst || !pDistDst || !pDstLen || !*ppSrc) return zelErrNullPtr;
-  if (winSize < kMinOneCallWindow || winSize > kWindowSize) return zelErrSize;
-  if (hashSize < kMinOneCallHash || hashSize > kMaxOneCallHash) return zelErrSize;
-  if (*pSrcLen <= 0 || *pDstLen <= 0) return zelOk;
+  if (winSize < kMinWindow || winSize > kWindowSize) return zelErrSize;
+  if (hashSize < kMinHash || hashSize > kMaxHash) return zelErrSize;
+  const int32_t stop = flush >= kFirstFlushToEnd ? *pSrcLen : *pSrcLen >= kMargin ? *pSrcLen - (kMargin - 1) : 0;
+  if (stop <= 0 || *pDstLen <= 0) return zelOk;
 
-  OneCall x{};
-  x.t = {pHashHeadTbl, pHashPrevTbl, static_cast<uint32_t>(hashSize) - 1, static_cast<uint32_t>(winSize)};
-  x.position = static_cast<uint32_t>(*pSrcIdx);
-  x.size = *pSrcLen;
-  x.stop = flush >= kFirstFlushToEnd ? x.size : x.size - (kMargin - 1);
-  x.lit = pLitDst;
-  x.dist = pDistDst;
-  x.room = *pDstLen;
-  x.litFreq = pLitFreqTable;
-  x.distFreq = pDistFreqTable;
-  if (x.stop > 0) SearchOneCall(&x, *ppSrc, pWindow, comprLevel);
+  OneCall c;
+  c.t = {pHashHeadTbl, pHashPrevTbl, static_cast<uint32_t>(hashSize) - 1, static_cast<uint32_t>(winSize)};
+  c.size = *pSrcLen;
+  c.hashed = c.size < kMinMatch ? 0 : c.size - (kMinMatch - 1);
+  c.history = *pSrcIdx < 0 ? 0 : *pSrcIdx < winSize ? *pSrcIdx : winSize;
+  c.x = {};
+  c.x.posBase = static_cast<uint32_t>(*pSrcIdx);
+  c.x.matchEnd = c.size;
+  c.x.oldest = -kWindowSize;  // that nothing reaches before the history is seen to where positions are entered
+  c.lit = pLitDst;
+  c.dist = pDistDst;
+  c.room = *pDstLen;
+  c.made = 0;
+  if (comprLevel < kFirstChainedLevel) {
+    SearchFastCall(&c, *ppSrc, pWindow, stop);
+  } else {
+    SearchChainedCall(&c, *ppSrc, pWindow, stop, comprLevel);
+  }
+  AddCounts(&c, pLitFreqTable, pDistFreqTable);
 
-  const int32_t consumed = static_cast<int32_t>(x.i);
+  const int32_t consumed = static_cast<int32_t>(c.x.i);
   *ppSrc += consumed;
   *pSrcLen -= consumed;
-  *pSrcIdx = static_cast<int32_t>(x.position + static_cast<uint32_t>(consumed));
-  *pDstLen = x.room;
+  *pSrcIdx = static_cast<int32_t>(c.x.posBase + static_cast<uint32_t>(consumed));
+  *pDstLen = c.room;
   return zelOk;
 }
 
