@@ -18,7 +18,8 @@
 
 namespace zeldc {
 
-inline uint32_t Hash4(const uint8_t* p) { return (LoadLE<uint32_t>(p) * 0x9E3779B1u) >> (32 - kHashBits); }
+inline constexpr uint32_t kHash4Factor = 0x9E3779B1;
+inline uint32_t Hash4(const uint8_t* p) { return (LoadLE<uint32_t>(p) * kHash4Factor) >> (32 - kHashBits); }
 
 // The longest of the n >= 1 links, or of their first few; answers its index. May look at links behind them.
 inline constexpr uint32_t kMostLinks = 32;

@@ -13,6 +13,10 @@
 
 #include "deflate/one_call_chained.h"
 
+#if ZELDC_AVX2
+#include <immintrin.h>
+#endif
+
 #include <string.h>
 
 #include "deflate/longest_link.h"
@@ -56,11 +60,13 @@ void EnterInCallersTables(OneCall* c, ChainedBatch* b, const uint8_t* p, uint32_
   const uint32_t mask = c->t.hashMask;
   int32_t* const head = c->t.head;
   uint32_t slot = position % c->t.winSize;
+  // With room enough for all of them as literals, none is taken out again.
+  const bool mayRemove = c->room <= 2 * PositionBatch::kSize;
   for (ptrdiff_t from = 0; from < n;) {
     const ptrdiff_t toEnd = static_cast<ptrdiff_t>(c->t.winSize - slot);
     const ptrdiff_t count = toEnd < n - from ? toEnd : n - from;
     int32_t* const chain = c->t.chain + slot;
-    memcpy(b->saved + from, chain, static_cast<size_t>(count) * sizeof(int32_t));
+    if (mayRemove) memcpy(b->saved + from, chain, static_cast<size_t>(count) * sizeof(int32_t));
     const uint8_t* const bytes = p + from;
     const uint32_t first = position + static_cast<uint32_t>(from);
     auto enter = [&](ptrdiff_t k, uint32_t h) ZELDC_LAMBDA_INLINE {
@@ -77,23 +83,29 @@ void EnterInCallersTables(OneCall* c, ChainedBatch* b, const uint8_t* p, uint32_
       enter(k + 3, static_cast<uint16_t>(h >> 48));
     }
     for (; k < count; ++k) enter(k, SaltedHash(bytes + k));
-    uint16_t* const near3 = b->near3;
-    auto link3 = [&](ptrdiff_t j, uint32_t farthest) ZELDC_LAMBDA_INLINE {
-      const uint32_t at = first + static_cast<uint32_t>(j);
-      const uint32_t distance = EntryDistance(at, chain[j]);
-      near3[at & ChainedBatch::kNearMask] = static_cast<uint16_t>(IsGood(distance, farthest) ? distance : 0);
+    uint16_t* const newest = b->newest3 + from;
+    auto reduce = [&](ptrdiff_t j, uint32_t farthest) ZELDC_LAMBDA_INLINE {
+      const uint32_t distance = EntryDistance(first + static_cast<uint32_t>(j), chain[j]);
+      newest[j] = static_cast<uint16_t>(IsGood(distance, farthest) ? distance : 0);
     };
     const uint32_t most = c->t.winSize - 1 < kMaxDistanceOf3 ? c->t.winSize - 1 : kMaxDistanceOf3;
     if (static_cast<int32_t>(first) >= static_cast<int32_t>(kMaxDistanceOf3)) {
-      for (k = 0; k < count; ++k) link3(k, most);
+      for (k = 0; k < count; ++k) reduce(k, most);
     } else {
       for (k = 0; k < count; ++k) {
         const uint32_t farthest = FarthestDistance(c->t, first + static_cast<uint32_t>(k));
-        link3(k, farthest < most ? farthest : most);
+        reduce(k, farthest < most ? farthest : most);
       }
     }
     from += count;
     slot = 0;
+  }
+  for (ptrdiff_t from = 0; from < n;) {
+    const uint32_t at = (position + static_cast<uint32_t>(from)) & ChainedBatch::kNearMask;
+    const ptrdiff_t toEnd = static_cast<ptrdiff_t>(ChainedBatch::kNearMask + 1 - at);
+    const ptrdiff_t count = toEnd < n - from ? toEnd : n - from;
+    memcpy(b->near3 + at, b->newest3 + from, static_cast<size_t>(count) * sizeof(uint16_t));
+    from += count;
   }
 }
 
@@ -106,6 +118,28 @@ void RemoveFromCallersTables(OneCall* c, const ChainedBatch* b, const uint8_t* p
   }
 }
 
+// The hashes of four bytes of the n positions from p on, of whose bytes `readable` >= n + 3 may be read.
+void ComputeHashes4(const uint8_t* p, ptrdiff_t n, ptrdiff_t readable, uint16_t* hashes) {
+  ptrdiff_t k = 0;
+#if ZELDC_AVX2
+  // Four positions' strings from seven bytes, in both halves; sixteen hashes make a store.
+  const __m256i strings = _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 3, 1, 2, 3, 4, 2, 3, 4, 5, 3, 4, 5, 6));
+  const __m256i factor = _mm256_set1_epi32(static_cast<int32_t>(kHash4Factor));
+  for (; k + 16 <= n && k + 24 <= readable; k += 16) {
+    auto hash = [&](ptrdiff_t low, ptrdiff_t high) ZELDC_LAMBDA_INLINE {
+      const __m256i bytes = _mm256_set_m128i(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + k + high)),
+                                             _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + k + low)));
+      return _mm256_srli_epi32(_mm256_mullo_epi32(_mm256_shuffle_epi8(bytes, strings), factor), 32 - kHashBits);
+    };
+    // Packing goes by halves: 0-3, 4-7 low, 8-11, 12-15 high.
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(hashes + k), _mm256_packus_epi32(hash(0, 8), hash(4, 12)));
+  }
+#else
+  (void)readable;
+#endif
+  for (; k < n; ++k) hashes[k] = static_cast<uint16_t>(Hash4(p + k));
+}
+
 // Enters n positions into the side tables, of whose bytes `readable` may be read.
 void EnterInSideTables(SideTables* t, ChainedBatch* b, const uint8_t* p, uint32_t pos, ptrdiff_t n,
                        ptrdiff_t readable) {
@@ -116,7 +150,7 @@ void EnterInSideTables(SideTables* t, ChainedBatch* b, const uint8_t* p, uint32_
   if (n > readable - 3) n = readable - 3;
   if (n <= 0) return;
   uint16_t* const hashes = b->hashes;
-  for (ptrdiff_t k = 0; k < n; ++k) hashes[k] = static_cast<uint16_t>(Hash4(p + k));
+  ComputeHashes4(p, n, readable, hashes);
   b->batch.Insert(
       t->head, pos, n, [&](ptrdiff_t k) ZELDC_LAMBDA_INLINE { return LoadNative<uint64_t>(hashes + k); },
       [&](ptrdiff_t k) ZELDC_LAMBDA_INLINE { return hashes[k]; });
@@ -136,21 +170,26 @@ void EnterInSideTables(SideTables* t, ChainedBatch* b, const uint8_t* p, uint32_
 // Marks the positions of the window that the caller's tables hold: those that heads hold, then, from the newest to the
 // oldest, those that marked ones link to.
 void MarkLivePositions(const OneCall* c, SideTables* t) {
-  constexpr uint32_t kNowhere = kWindowSize;
   const uint32_t start = c->x.posBase;
   const uint32_t farthest = FarthestDistance(c->t, start);
+  // Whether an entry is good is a toss, so it is arithmetic: what is not marked marks a place behind the end.
+  auto mark = [&](int32_t entry, uint32_t good) ZELDC_LAMBDA_INLINE {
+    const uint32_t mask = 0u - good;
+    t->live[(static_cast<uint32_t>(entry) & kSlotMask & mask) | (kWindowSize & ~mask)] = 1;
+  };
   memset(t->live, 0, sizeof(t->live));
-  for (uint32_t h = 0; h <= c->t.hashMask; ++h) {
+  const uint32_t heads = c->t.hashMask < kHashSize ? c->t.hashMask + 1 : kHashSize;  // that the hash can reach
+  for (uint32_t h = 0; h < heads; ++h) {
     const int32_t entry = c->t.head[h];
-    t->live[IsGood(EntryDistance(start, entry), farthest) ? static_cast<uint32_t>(entry) & kSlotMask : kNowhere] = 1;
+    mark(entry, IsGood(EntryDistance(start, entry), farthest) ? 1 : 0);
   }
   uint32_t slot = start % c->t.winSize;
   for (uint32_t distance = 1; distance < farthest; ++distance) {
     slot = (slot == 0 ? c->t.winSize : slot) - 1;
     const uint32_t position = start - distance;
     const int32_t entry = c->t.chain[slot];
-    const bool good = IsGood(EntryDistance(position, entry), farthest - distance);
-    t->live[(t->live[position & kSlotMask] != 0) & good ? static_cast<uint32_t>(entry) & kSlotMask : kNowhere] = 1;
+    const uint32_t good = IsGood(EntryDistance(position, entry), farthest - distance) ? 1 : 0;
+    mark(entry, t->live[position & kSlotMask] & good);
   }
 }
 
@@ -234,7 +273,7 @@ void RunBatch(OneCall* c, const SideTables* t, const ChainedBatch& b, const uint
     const uint32_t limit = Smaller(kMaxMatch, w.size - at);
     const uint32_t reach = at >= kWindowSize ? w.farthest : Smaller(static_cast<ptrdiff_t>(w.farthest), at + w.history);
     if (known < 3) known = 3;
-    if (limit > known) {
+    if (limit > known && (known > 3 || w.link[(w.posBase + static_cast<uint32_t>(at)) & kSlotMask] <= reach)) {
       const Match m = Walk<kFollow>(w, at, known, reach, limit, steps);
       if (m.distance != 0) return m;
     }

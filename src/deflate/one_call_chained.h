@@ -19,6 +19,7 @@ struct ChainedBatch {
 
   PositionBatch batch;
   uint16_t hashes[PositionBatch::kSize];
+  uint16_t newest3[PositionBatch::kSize];
   uint16_t near3[kNearMask + 1];        // by position: the distance to the newest with the same three-byte hash, or 0
   int32_t saved[PositionBatch::kSize];  // what the caller's chain held
 };
