@@ -58,8 +58,8 @@ typedef struct zelDeflateHuffCode {
  * start, and positions 0 .. n-258 are entered into the tables, none of a dictionary of fewer than 258 bytes. The first
  * zelsDeflateLZ77_8u call starts at *pSrcIdx = n with the same level. A decoder must be given the same n bytes.
  *
- * At levels of 4 and more all positions are entered under the hash of the dictionary's first three bytes. Levels 8 and
- * more find most matches all the same, levels 4 to 7 few.
+ * At levels of 4 and more all positions are entered under the hash of the dictionary's first three bytes, in one chain.
+ * Calls of 2048 bytes and more find their matches all the same, shorter ones few.
  *
  * pDict        [in]     bytes, of which the last winSize count
  * dictLen               bytes in pDict; below 3 nothing happens
@@ -90,8 +90,12 @@ ZELDC_API zelStatus zelsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t di
  *
  * Each position consumed, except the last two of the input, is entered into the tables: at levels of 4 and more
  * chain[p mod winSize] = head[h], head[h] = p with a hash of three bytes from fixed tables; below 4 only head[h] = p,
- * with the rolling hash h = ((h << 5) ^ byte) & (hashSize - 1). Table entries below 0, at or past the position looked
- * at, or winSize or more before it stand for none; whatever others the tables hold, the matches found are true.
+ * with the rolling hash h = ((h << 5) ^ byte) & (hashSize - 1), begun anew with each call. Table entries below 0, at or
+ * past the position looked at, or winSize or more before it stand for none; whatever others the tables hold, the matches
+ * found are true.
+ *
+ * Few large calls are faster than many small ones: at levels of 4 and more each makes tables of its own, which take some
+ * 300 KiB of stack and, with a full window, the time of some thousand bytes.
  *
  * ppSrc         [in,out] input; moved behind the bytes consumed
  * pSrcLen       [in,out] bytes left; below 1 nothing happens
@@ -100,7 +104,7 @@ ZELDC_API zelStatus zelsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t di
  *                        **ppSrc, byte 0 being position max(0, *pSrcIdx - winSize). Moving it on is the caller's duty.
  * winSize                256..32768, the same for all of a stream
  * pHashHeadTbl  [in,out] hashSize entries
- * pHashPrevTbl  [in,out] winSize entries; neither read nor written below level 4
+ * pHashPrevTbl  [in,out] winSize entries; below level 4 neither read nor written, but not null
  * hashSize               256..65536, a power of two, the same for all of a stream
  * pLitFreqTable [in,out] 286 counts: those of the literals 0..255 and the length symbols 257..285 are increased; the
  *                        end of block, 256, is the caller's

@@ -30,31 +30,6 @@ constexpr uint32_t kSlotMask = kWindowSize - 1;
 constexpr uint32_t kSweepInterval = 32000;
 constexpr uint16_t kFarLink = 0xFFFF;
 
-// How hard a level searches.
-struct Effort {
-  uint32_t candidates;      // steps of a walk
-  uint32_t candidatesLazy;  // of one for a match that must be better than the one in hand
-  uint32_t niceLength;      // no better match is looked for
-  bool twoAhead;            // looks two positions ahead, too
-};
-
-constexpr Effort EffortOf(int32_t level) {
-  switch (level) {
-    case 4:
-      return {8, 4, 24, false};
-    case 5:
-      return {16, 8, 32, false};
-    case 6:
-      return {32, 16, 64, false};
-    case 7:
-      return {64, 32, 128, false};
-    case 8:
-      return {200, 100, 200, true};
-    default:
-      return {512, 256, kMaxMatch, true};
-  }
-}
-
 // Enters n positions into the caller's tables, and keeps what the chain held.
 void EnterInCallersTables(OneCall* c, ChainedBatch* b, const uint8_t* p, uint32_t position, ptrdiff_t n) {
   const uint32_t mask = c->t.hashMask;
@@ -247,14 +222,6 @@ ZELDC_NOINLINE Match Walk(const Walker& w, ptrdiff_t i, uint32_t known, uint32_t
     if (--steps == 0) return best;
     distance += link[(pos + k - distance) & kSlotMask];
   }
-}
-
-ZELDC_ALWAYS_INLINE int Log2(uint32_t v) { return 31 - __builtin_clz(v); }
-
-// Whether the match `ahead` bytes on is worth the literals before it, reckoned in quarters of a byte's cost.
-ZELDC_ALWAYS_INLINE bool IsWorthWaiting(Match now, Match later, int ahead) {
-  const int longer = static_cast<int>(later.length) - static_cast<int>(now.length);
-  return 4 * longer + Log2(now.distance) - Log2(later.distance) > (ahead == 1 ? 2 : 6);
 }
 
 // Searches up to `inserted`, or not quite, where later batches may tell more.

@@ -18,6 +18,9 @@ namespace {
 constexpr int32_t kMargin = 260;
 constexpr int32_t kFirstFlushToEnd = 2;
 
+// Bytes from which on side tables, which are made anew for each call, pay.
+constexpr int32_t kFirstLongCall = 2048;
+
 constexpr int32_t kMinWindow = 256;
 constexpr int32_t kMinHash = 256;
 constexpr int32_t kMaxHash = 65536;
@@ -72,6 +75,12 @@ void SearchChainedCall(OneCall* c, const uint8_t* src, const uint8_t* window, pt
       [&](const uint8_t* base, ptrdiff_t end, ptrdiff_t readEnd) {
         SearchOneCallChained(c, &t, base, end, readEnd, level);
       });
+}
+
+void SearchShortCall(OneCall* c, const uint8_t* src, const uint8_t* window, ptrdiff_t stop, int32_t level) {
+  SearchCall(
+      c, src, window, stop, [](const uint8_t*, ptrdiff_t) {},
+      [&](const uint8_t* base, ptrdiff_t end, ptrdiff_t) { SearchOneCallShort(c, base, end, level); });
 }
 
 }  // namespace
@@ -152,6 +161,8 @@ zelStatus zelsDeflateLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx
   c.made = 0;
   if (comprLevel < kFirstChainedLevel) {
     SearchFastCall(&c, *ppSrc, pWindow, stop);
+  } else if (c.size < kFirstLongCall) {
+    SearchShortCall(&c, *ppSrc, pWindow, stop, comprLevel);
   } else {
     SearchChainedCall(&c, *ppSrc, pWindow, stop, comprLevel);
   }
