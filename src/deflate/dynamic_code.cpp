@@ -55,10 +55,9 @@ int UsedLengths(const uint8_t* lengths, int symbols, int least) {
   return symbols;
 }
 
-// Counts pairs by what they are looked up by, in two sets of counters, so that equal neighbours do not wait for each
-// other's store. Answers whether a match among them has an impossible length.
-bool CountPlaces(const zelLZ77Pair* pairs, int32_t n, uint32_t (*places)[512], uint32_t (*distances)[kNoDistance + 1]) {
-  uint32_t excess = 0;
+}  // namespace
+
+void PairCounter::Count(const zelLZ77Pair* pairs, int32_t n) {
   int32_t i = 0;
 #if ZELDC_AVX2
   __m256i allExcess = _mm256_setzero_si256();
@@ -74,24 +73,13 @@ bool CountPlaces(const zelLZ77Pair* pairs, int32_t n, uint32_t (*places)[512], u
       ++distances[k & 1][symbol[k]];
     }
   }
-  excess = !_mm256_testz_si256(allExcess, allExcess);
+  if (!_mm256_testz_si256(allExcess, allExcess)) excess = 1;
 #endif
-  for (; i < n; ++i) {
-    const PairPlace at = PlaceOf(pairs[i]);
-    excess |= at.excess;
-    ++places[i & 1][at.place];
-    ++distances[i & 1][at.distance];
-  }
-  return excess != 0;
+  for (; i < n; ++i) Count(PlaceOf(pairs[i]), i & 1);
 }
 
-}  // namespace
-
-bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
-  uint32_t places[2][512] = {};
-  uint32_t distances[2][kNoDistance + 1] = {};
-  if (CountPlaces(pairs, n, places, distances)) return false;
-
+bool PairCounter::Sum(int32_t n, PairStatistics* statistics) const {
+  if (excess != 0) return false;
   memset(statistics, 0, sizeof(*statistics));
   statistics->litLen[kEndOfBlock] = 1;
   uint64_t bytes = 0;
@@ -108,6 +96,12 @@ bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics)
   for (int k = 0; k < kDistanceSymbols; ++k) statistics->distance[k] = distances[0][k] + distances[1][k];
   // Each match has a distance.
   return distances[0][kNoDistance] + distances[1][kNoDistance] == static_cast<uint32_t>(n) - matches;
+}
+
+bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics) {
+  PairCounter counter;
+  counter.Count(pairs, n);
+  return counter.Sum(n, statistics);
 }
 
 uint32_t Fingerprint(const zelLZ77Pair* pairs, int32_t n) {

@@ -7,6 +7,24 @@
 
 namespace zeldc {
 
+// Counts pairs by what they are looked up by, in two sets of counters, so that equal neighbours do not wait for each
+// other's store.
+struct PairCounter {
+  uint32_t places[2][512] = {};
+  uint32_t distances[2][kNoDistance + 1] = {};
+  uint32_t excess = 0;  // not 0: a match of a length outside 3..258 was among them
+
+  ZELDC_ALWAYS_INLINE void Count(const PairPlace& at, int set) {
+    excess |= at.excess;
+    ++places[set][at.place];
+    ++distances[set][at.distance];
+  }
+  void Count(const zelLZ77Pair* pairs, int32_t n);
+
+  // The statistics of the n pairs counted; false when one is neither a literal nor a match.
+  bool Sum(int32_t n, PairStatistics* statistics) const;
+};
+
 // Counts the pairs' symbols; false when one is neither a literal nor a match.
 bool CountPairs(const zelLZ77Pair* pairs, int32_t n, PairStatistics* statistics);
 
