@@ -10,22 +10,17 @@
 
 namespace zeldc {
 
-void CopyMatchThroughHistory(const DecoderState* s, const uint8_t* outStart, uint8_t* out, size_t distance,
+void CopyMatchThroughHistory(const uint8_t* historyEnd, const uint8_t* outStart, uint8_t* out, size_t distance,
                              size_t len) {
   const size_t written = static_cast<size_t>(out - outStart);
   if (distance > written) {
     const size_t before = distance - written;
     const size_t n = before < len ? before : len;
-    memcpy(out, HistoryEnd(s) - before, n);
+    memcpy(out, historyEnd - before, n);
     out += n;
     len -= n;
   }
   if (len > 0) CopyMatchExact(out, distance, len);
-}
-
-void SetHistoryFill(DecoderState* s, int32_t fill) {
-  s->historyFill = fill;
-  memset(s->window + fill, 0, kCopySlack);
 }
 
 void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len) {
@@ -41,7 +36,7 @@ void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len) {
     fill = kept;
   }
   memcpy(s->window + fill, bytes, len);
-  SetHistoryFill(s, static_cast<int32_t>(fill + len));
+  s->historyFill = static_cast<int32_t>(fill + len);
 }
 
 }  // namespace zeldc

@@ -13,12 +13,10 @@ inline size_t HistorySize(const DecoderState* s) {
 // The end of the history: the byte before this call's first is the one before it.
 inline const uint8_t* HistoryEnd(const DecoderState* s) { return s->window + s->historyFill; }
 
-// Copies len bytes from `distance` bytes before `out`, exactly. What lies before outStart, this call's first byte,
-// comes from the history, which holds it.
-void CopyMatchThroughHistory(const DecoderState* s, const uint8_t* outStart, uint8_t* out, size_t distance, size_t len);
-
-// The window holds `fill` bytes now. What wide copies read behind them is cleared, so that no old memory gets about.
-void SetHistoryFill(DecoderState* s, int32_t fill);
+// Copies len bytes from `distance` bytes before `out`, exactly. What lies before outStart comes from the history that
+// ends at historyEnd and holds it.
+void CopyMatchThroughHistory(const uint8_t* historyEnd, const uint8_t* outStart, uint8_t* out, size_t distance,
+                             size_t len);
 
 // Enters output into the history.
 void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len);
