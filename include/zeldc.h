@@ -27,6 +27,7 @@
 #include "zeldc/deflate.h"
 #include "zeldc/dictionary.h"
 #include "zeldc/inflate.h"
+#include "zeldc/inflate_block.h"
 #include "zeldc/types.h"
 
 #endif
