@@ -102,4 +102,5 @@ void RegisterReduction();
 void RegisterBzip2Stages(Sample& sample);
 void RegisterBzip2Huffman(Sample& sample);
 void RegisterInflate(Sample& sample);
+void InflateByBlocks(const Input& in, Output& out);  // a part of these
 void RegisterDeflate(Sample& sample);
