@@ -143,7 +143,7 @@ DecodeEntry SubEntry(Alphabet a, size_t i, unsigned longest, unsigned rest) {
 
 template <typename Alphabet>
 DecodeEntry LookUpGeneral(Alphabet a, uint64_t next) {
-  const size_t i = next & (kFirstLevel - 1);
+  const size_t i = static_cast<size_t>(next) & (kFirstLevel - 1);
   const unsigned longest = a.Infos()[i] & 15u;
   if (longest <= kGeneralBits) return a.At(i, kGeneralBits);
   return SubEntry(a, i, longest, static_cast<unsigned>(next >> kGeneralBits));

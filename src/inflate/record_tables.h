@@ -86,8 +86,12 @@ struct ShortTables {
     const unsigned e = LoadNative<uint32_t>(state->tables + kShortDistances + 4 * i);
     return JudgeDistance(e >> 16, e & 255, state->maxDistBits);
   }
-  DecodeEntry LitLen(uint64_t next) const { return LitLenAt(next & ((1u << state->maxLitBits) - 1)); }
-  DecodeEntry Distance(uint64_t next) const { return DistanceAt(next & ((1u << state->maxDistBits) - 1)); }
+  DecodeEntry LitLen(uint64_t next) const {
+    return LitLenAt(static_cast<size_t>(next) & ((size_t{1} << state->maxLitBits) - 1));
+  }
+  DecodeEntry Distance(uint64_t next) const {
+    return DistanceAt(static_cast<size_t>(next) & ((size_t{1} << state->maxDistBits) - 1));
+  }
   bool Expand(ExpandedTables* t) const;
 };
 
