@@ -124,6 +124,13 @@ def inputs():
         calls = bytes([0, 200, 0, 0, 1]) + bytes([0, 200]) + bytes(range(200)) + bytes([9, 0, 0, 250, 99, 0])
         yield "fuzz_one_call_inflate", name, bytes([1, 0, 255, 31, 30]) + packed + calls
         yield "fuzz_one_call_inflate", f"any-{name}", bytes([2, 0, len(name) % 2 + 1, 11, 10, 1]) + bytes(9) + calls
+    # Kind of run, level, window, hash, then rooms, block, split and dictionary of a stream, or tables of any content.
+    for i, (name, data) in enumerate(texts()):
+        window = (32512 - 4000 * i).to_bytes(2, "little")
+        stream = bytes([0 if i % 2 else 140, 0, 0, 8, i % 2, i, i % 3]) + bytes([i % 3, 9, i])
+        yield "fuzz_deflate_one_call", name, bytes([1, (3 * i + 1) % 10]) + window + bytes([8 - i]) + stream + data
+        tables = (300 * i).to_bytes(2, "little") + bytes([i, 8]) + bytes(range(7 * i, 7 * i + 32)) + bytes([0, i % 4])
+        yield "fuzz_deflate_one_call", f"tables-{name}", bytes([0, 3 * i % 10]) + window + bytes([i]) + tables + data
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_bwt", name, bytes([i, 0, 1 + i * i, i % 4]) + bytes(range(2 * (i % 4))) + data
         for j, chain in enumerate(CHAINS):

@@ -25,6 +25,7 @@
 #include "zeldc/bzip2_huffman.h"
 #include "zeldc/checksum.h"
 #include "zeldc/deflate.h"
+#include "zeldc/deflate_helpers.h"
 #include "zeldc/dictionary.h"
 #include "zeldc/inflate.h"
 #include "zeldc/inflate_block.h"

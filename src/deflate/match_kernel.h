@@ -32,6 +32,10 @@ void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEn
 void SearchNormal(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
 void SearchBest(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd);
 
+// For a table with kHashSize heads. Makes entries that are a window old or older look exactly one window old. The
+// position itself has no entry yet: what looks like one is two windows old, or has been empty since position 0.
+void SweepTable(uint16_t* table, uint32_t pos);
+
 // Makes a dictionary, which begins at the tables' position, known.
 void InsertDictionaryFast(EncoderState* s, const uint8_t* dictionary, int32_t len);
 void InsertDictionaryNormal(EncoderState* s, const uint8_t* dictionary, int32_t len);

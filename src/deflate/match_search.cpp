@@ -17,14 +17,6 @@ constexpr uint32_t kSweepInterval = 32000;
 static_assert(kWindowSize + kSweepInterval + 2 * kMaxMatch < 0x10000);
 constexpr uint16_t kEmpty = 0x8000;  // as seen from position 0
 
-// Makes entries that are a window old or older look exactly one window old. The position itself has no entry yet: what
-// looks like one is two windows old, or has been empty since position 0.
-void SweepTable(uint16_t* table, uint32_t pos) {
-  const uint16_t now = static_cast<uint16_t>(pos);
-  const uint16_t dead = static_cast<uint16_t>(pos - kWindowSize);
-  for (int i = 0; i < kHashSize; ++i) table[i] = static_cast<int16_t>(now - table[i]) <= 0 ? dead : table[i];
-}
-
 void Sweep(EncoderState* s, uint32_t pos) {
   if (s->level == zelLZ77LevelFast) {
     SweepTable(s->tables.fast.head, pos);
@@ -131,6 +123,12 @@ int32_t SearchCall(EncoderState* s, const uint8_t* src, int32_t n, zelLZ77Pair**
 }
 
 }  // namespace
+
+void SweepTable(uint16_t* table, uint32_t pos) {
+  const uint16_t now = static_cast<uint16_t>(pos);
+  const uint16_t dead = static_cast<uint16_t>(pos - kWindowSize);
+  for (int i = 0; i < kHashSize; ++i) table[i] = static_cast<int16_t>(now - table[i]) <= 0 ? dead : table[i];
+}
 
 void ClearMatchTables(EncoderState* s) {
   auto clear = [](uint16_t* table) {

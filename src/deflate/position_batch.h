@@ -59,6 +59,10 @@ struct PositionBatch {
   }
 };
 
+// zelLZ77LevelFast's search up to `end`, in a batch that starts at `first` and is entered.
+void RunFastBatch(Search* x, const PositionBatch& batch, const uint8_t* base, ptrdiff_t first, ptrdiff_t end,
+                  ptrdiff_t readEnd);
+
 // Searches up to `stop`: insert(i, n) enters n positions from byte i on, run(i, end) searches to `end` in the batch
 // that starts at i, remove(i, n, kept) takes back what the last call of insert did behind the first `kept` positions.
 template <typename Insert, typename Run, typename Remove>

@@ -16,11 +16,8 @@
 // Positions that the contract leaves out, the last three of each call, have no rank (kUnranked) but do stand in the
 // four-byte chains, which must not have gaps. Bound by the cache misses of the walk and, for the rest, by insertion.
 
+#include "deflate/longest_link.h"
 #include "deflate/match_kernel.h"
-
-#if ZELDC_SSE41
-#include <smmintrin.h>
-#endif
 
 namespace zeldc {
 
@@ -31,8 +28,6 @@ constexpr uint32_t kMaxDistanceOf3 = 4096;
 constexpr uint32_t kShortChainMask = kMaxDistanceOf3 - 1;
 constexpr uint16_t kUnranked = 0x8000;
 constexpr uint32_t kRankMask = 0x7FFF;
-
-inline uint32_t Hash4(const uint8_t* p) { return (LoadLE<uint32_t>(p) * 0x9E3779B1u) >> (32 - kHashBits); }
 
 ZELDC_ALWAYS_INLINE void InsertInChain4(BestTables* t, const uint8_t* p, uint32_t pos) {
   uint16_t* const head = &t->head4[Hash4(p)];
@@ -64,45 +59,6 @@ struct Target {
   uint32_t distance3;  // to the newest position of the three-byte chain
   uint32_t rank;       // that this position would have in it
 };
-
-// The longest of the n >= 1 links, or of their first few; answers its index. May look at links behind them.
-inline constexpr uint32_t kMostLinks = 32;
-
-#if ZELDC_SSE41
-
-ZELDC_ALWAYS_INLINE uint32_t LongestLink(const uint16_t* links, uint32_t n) {
-  // Positions of the smallest complements, eight links a step; those behind the n-th complement to the largest value.
-  alignas(16) static constexpr uint16_t kBehind[16] = {0,      0,      0,      0,      0,      0,      0,      0,
-                                                       0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
-  if (n > kMostLinks) n = kMostLinks;
-  uint32_t best = 0xFFFF;
-  uint32_t bestIndex = 0;
-  for (uint32_t k = 0; k < n; k += 8) {
-    const uint32_t valid = n - k < 8 ? n - k : 8;
-    const __m128i behind = _mm_loadu_si128(reinterpret_cast<const __m128i*>(kBehind + 8 - valid));
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(links + k));
-    const uint32_t m = static_cast<uint32_t>(
-        _mm_cvtsi128_si32(_mm_minpos_epu16(_mm_or_si128(_mm_xor_si128(v, _mm_set1_epi32(-1)), behind))));
-    if ((m & 0xFFFF) < best) {
-      best = m & 0xFFFF;
-      bestIndex = k + (m >> 16);
-    }
-  }
-  return bestIndex;
-}
-
-#else
-
-inline uint32_t LongestLink(const uint16_t* links, uint32_t n) {
-  if (n > kMostLinks) n = kMostLinks;
-  uint32_t best = 0;
-  for (uint32_t k = 1; k < n; ++k) {
-    if (links[k] > links[best]) best = k;
-  }
-  return best;
-}
-
-#endif
 
 // Whether the candidate, which agrees in four bytes, lies behind the newest 512 of its three-byte chain. So do all that
 // are further back.

@@ -6,37 +6,13 @@
 // candidate is fetched before the branch for this one, where its misses pass while the branch is being resolved.
 
 #include "deflate/position_batch.h"
-
-#if ZELDC_AVX2
-#include <immintrin.h>
-#endif
+#include "deflate/rolling_hash.h"
 
 namespace zeldc {
 
 namespace {
 
-inline uint16_t RollingHash(const uint8_t* p) {
-  return static_cast<uint16_t>(((uint32_t{p[0]} << 10) ^ (uint32_t{p[1]} << 5) ^ p[2]) & (kHashSize - 1));
-}
-
-// The hashes of the n positions from p on, of whose bytes `readable` >= n + 2 may be read.
-void ComputeHashes(const uint8_t* p, ptrdiff_t n, ptrdiff_t readable, uint16_t* hashes) {
-  ptrdiff_t k = 0;
-#if ZELDC_AVX2
-  const __m256i mask = _mm256_set1_epi16(kHashSize - 1);
-  for (; k < n && k + 18 <= readable; k += 16) {
-    auto load = [&](int offset) {
-      return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + k + offset)));
-    };
-    const __m256i h =
-        _mm256_xor_si256(_mm256_xor_si256(_mm256_slli_epi16(load(0), 10), _mm256_slli_epi16(load(1), 5)), load(2));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(hashes + k), _mm256_and_si256(h, mask));
-  }
-#else
-  (void)readable;
-#endif
-  for (; k < n; ++k) hashes[k] = RollingHash(p + k);
-}
+constexpr uint32_t kHashMask = kHashSize - 1;
 
 // What is known of a position's candidate.
 struct Candidate {
@@ -103,6 +79,18 @@ ZELDC_NOINLINE void RunBatch(Search* x, const PositionBatch& batch, const uint8_
 
 }  // namespace
 
+void RunFastBatch(Search* x, const PositionBatch& batch, const uint8_t* base, ptrdiff_t first, ptrdiff_t end,
+                  ptrdiff_t readEnd) {
+  const ptrdiff_t wideEnd = end < readEnd - 8 ? end : readEnd - 8;
+  if (Reach(x, first) >= kMaxDistance) {
+    RunBatch<true, true>(x, batch, base, first, wideEnd);
+  } else {
+    RunBatch<true, false>(x, batch, base, first, wideEnd);
+  }
+  // The last few positions of a call, without reading behind it.
+  if (x->i < end) RunBatch<false, false>(x, batch, base, first, end);
+}
+
 void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEnd) {
   uint16_t* const head = x->state->tables.fast.head;
   PositionBatch batch;
@@ -111,27 +99,19 @@ void SearchFast(Search* x, const uint8_t* base, ptrdiff_t stop, ptrdiff_t readEn
   SearchInBatches(
       x, stop,
       [&](ptrdiff_t i, ptrdiff_t n) {
-        ComputeHashes(base + i, n, readEnd - i, hashes);
+        ComputeRollingHashes<false>(base + i, n, readEnd - i, kHashMask, hashes);
         batch.Insert(
             head, x->posBase + static_cast<uint32_t>(i), n,
             [&](ptrdiff_t k) ZELDC_LAMBDA_INLINE { return LoadNative<uint64_t>(hashes + k); }, hash);
       },
-      [&](ptrdiff_t i, ptrdiff_t end) {
-        const ptrdiff_t wideEnd = end < readEnd - 8 ? end : readEnd - 8;
-        if (Reach(x, i) >= kMaxDistance) {
-          RunBatch<true, true>(x, batch, base, i, wideEnd);
-        } else {
-          RunBatch<true, false>(x, batch, base, i, wideEnd);
-        }
-        // The last few positions of a call, without reading behind it.
-        if (x->i < end) RunBatch<false, false>(x, batch, base, i, end);
-      },
+      [&](ptrdiff_t i, ptrdiff_t end) { RunFastBatch(x, batch, base, i, end, readEnd); },
       [&](ptrdiff_t, ptrdiff_t n, ptrdiff_t kept) { batch.Remove(head, n, kept, hash); });
 }
 
 void InsertDictionaryFast(EncoderState* s, const uint8_t* dictionary, int32_t len) {
   for (int32_t i = 0; i + kMinMatch <= len; ++i) {
-    s->tables.fast.head[RollingHash(dictionary + i)] = static_cast<uint16_t>(s->tablePos + static_cast<uint32_t>(i));
+    s->tables.fast.head[RollingHash(dictionary + i, kHashMask)] =
+        static_cast<uint16_t>(s->tablePos + static_cast<uint32_t>(i));
   }
 }
 
