@@ -104,5 +104,6 @@ void RegisterBzip2Huffman(Sample& sample);
 void RegisterGit(Sample& sample);
 void RegisterVlc();
 void RegisterInflate(Sample& sample);
+void InflateByBlocks(const Input& in, Output& out);  // a part of these
 void RegisterDeflate(Sample& sample);
 void RegisterLzss(Sample& sample);

@@ -1,4 +1,5 @@
-// Deflate decoding: a file that zlib compressed at level 6, by the byte path and the pair path.
+// Deflate decoding: a file that zlib compressed at level 6, by the byte path, the pair path and one-call
+// decoding.
 
 #include <libdeflate.h>
 #include <zlib.h>
@@ -186,6 +187,7 @@ void RegisterInflate(Sample& sample) {
   for (Buffers buffers : {Buffers::kWhole, Buffers::k64KiB}) {
     RegisterDecoder(sample, buffers, "zeldc", [](Input in, Output& out) { InflateBytes(bytes.get(), in, out); });
     RegisterDecoder(sample, buffers, "zeldc-pairs", [](Input in, Output& out) { InflatePairs(pairs.get(), in, out); });
+    RegisterDecoder(sample, buffers, "zeldc-one-call", InflateByBlocks);
     RegisterDecoder(sample, buffers, "zlib", [](Input in, Output& out) { ZlibInflate(&z, in, out); });
   }
   RegisterDecoder(sample, Buffers::kWhole, "libdeflate", [](Input in, Output& out) {

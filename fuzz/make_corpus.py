@@ -143,11 +143,18 @@ def inputs():
         split = SPLITS[i % len(SPLITS)]
         yield "fuzz_inflate_bytes", name, split + stream
         yield "fuzz_inflate_pairs", name, split + stream
+        yield "fuzz_one_call_inflate", name, bytes([0]) + split[:2] + bytes([7 * i % 30, i, 0]) + stream
     for i, (name, data) in enumerate(texts()):
         for j, encoder in enumerate(ENCODERS):
             if (i + j) % 2 == 0:
                 split = SPLITS[(i + j) % len(SPLITS)]
                 yield "fuzz_deflate_roundtrip", f"{name}-{j}", encoder + split + bytes([i % 3, 9, j]) + data
+    # Code lengths of both forms, two a byte, then changes of the tables, the window, bits, mode, and calls.
+    for name, lengths in ("short", [8] * 256 + [9] * 30 + [5] * 30), ("general", [7] * 100 + [15] * 186 + [11] * 30):
+        packed = bytes(lengths[k] | lengths[k + 1] << 4 for k in range(0, len(lengths), 2))
+        calls = bytes([0, 200, 0, 0, 1]) + bytes([0, 200]) + bytes(range(200)) + bytes([9, 0, 0, 250, 99, 0])
+        yield "fuzz_one_call_inflate", name, bytes([1, 0, 255, 31, 30]) + packed + calls
+        yield "fuzz_one_call_inflate", f"any-{name}", bytes([2, 0, len(name) % 2 + 1, 11, 10, 1]) + bytes(9) + calls
     # Kind of run, level, window, hash, then rooms, block, split and dictionary of a stream, or tables of any content.
     for i, (name, data) in enumerate(texts()):
         window = (32512 - 4000 * i).to_bytes(2, "little")

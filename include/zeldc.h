@@ -32,6 +32,7 @@
 #include "zeldc/inflate.h"
 #include "zeldc/lzss.h"
 #include "zeldc/lzo.h"
+#include "zeldc/inflate_block.h"
 #include "zeldc/types.h"
 #include "zeldc/vlc.h"
 

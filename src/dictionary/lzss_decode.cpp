@@ -73,7 +73,7 @@ ZELDC_NOINLINE void DecodeFast(const History& history, MsbReader* in, Output* o)
       if (length <= before) {
         CopyWide(out, HistoryEnd(history) - before, length);
       } else {
-        CopyMatchThroughHistory(history, outStart, out, distance, length);
+        CopyMatchThroughHistory(HistoryEnd(history), outStart, out, distance, length);
       }
     } else {
       CopyMatchWide(out, distance, length);
@@ -94,7 +94,7 @@ ZELDC_NOINLINE void DecodeFast(const History& history, MsbReader* in, Output* o)
 zelStatus PutMatch(LzssDecoder* s, Output* o, size_t distance, size_t length) {
   const size_t room = static_cast<size_t>(o->end - o->out);
   const size_t n = length < room ? length : room;
-  CopyMatchThroughHistory(s->history, o->start, o->out, distance, n);
+  CopyMatchThroughHistory(HistoryEnd(s->history), o->start, o->out, distance, n);
   o->out += n;
   s->pendingLen = static_cast<int32_t>(length - n);
   s->pendingDist = static_cast<int32_t>(distance);

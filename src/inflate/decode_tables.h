@@ -30,6 +30,12 @@ constexpr unsigned EntryBits(DecodeEntry e) { return e & 63; }
 constexpr unsigned EntryCodeBits(DecodeEntry e) { return (e >> 8) & 31; }
 constexpr unsigned EntryValue(DecodeEntry e) { return (e >> 16) & 0x7FFF; }
 
+// A link behind indexBits bits to a sub-table of 2^bits entries, and the entry that no code reaches.
+constexpr DecodeEntry LinkEntry(int start, int bits, int indexBits) {
+  return kEntrySpecial | kEntryLink | static_cast<DecodeEntry>(start << 16 | bits << 8 | indexBits);
+}
+constexpr DecodeEntry NoSymbol(int bits) { return kEntrySpecial | static_cast<DecodeEntry>(bits); }
+
 // Index widths, and the entries that complete codes of these widths need at most: the first table, and sub-tables for
 // codes of up to 15 bits over 288 and 32 symbols. An incomplete code needs no more; the builder checks.
 inline constexpr int kLitLenTableBits = 11;
@@ -43,6 +49,15 @@ struct BlockTables {
   DecodeEntry litLen[kLitLenTableSize];
   DecodeEntry distance[kDistanceTableSize];
 };
+
+// What the loop over symbols sees of tables, wherever they are.
+struct SymbolTables {
+  const DecodeEntry* litLen;
+  const DecodeEntry* distance;
+  int32_t litLenBits;
+  int32_t distanceBits;
+};
+inline SymbolTables View(const BlockTables& t) { return {t.litLen, t.distance, t.litLenBits, t.distanceBits}; }
 
 // Tables in which no code has a meaning.
 void MakeEmptyTables(BlockTables* t);

@@ -33,15 +33,13 @@ zelStatus EndBlock(DecoderState* s, BitReader* in) {
 }
 
 template <typename Sink>
-zelStatus DecodeSymbols(DecoderState* s, const BlockTables& tables, BitReader* in, Sink* sink) {
+zelStatus DecodeSymbols(DecoderState* s, const SymbolTables& tables, BitReader* in, Sink* sink) {
   for (;;) {
     if (in->srcEnd - in->src > kFastSource && sink->outEnd - sink->out > kFastRoom<Sink>) {
       in->Settle();
       if (in->count < 8) {
         if constexpr (!Sink::kPairs) {
-          // Distances reach before this call's output until that is a window long.
-          if (sink->out - sink->outStart < kWindowSize) DecodeFast<true>(tables, in, sink);
-          if (sink->out - sink->outStart >= kWindowSize) DecodeFast<false>(tables, in, sink);
+          DecodeFastBytes(tables, in, sink);
         } else {
           DecodeFast<false>(tables, in, sink);
         }
@@ -70,11 +68,11 @@ template <typename Sink>
 zelStatus DecodeBlock(DecoderState* s, int32_t blockType, BitReader* in, Sink* sink) {
   zelStatus status = ReadBlockHeader(s, in, blockType);
   if (status != zelOk) return status;
-  if (blockType == zelLZ77HuffFixed) return DecodeSymbols(s, kFixedTables, in, sink);
+  if (blockType == zelLZ77HuffFixed) return DecodeSymbols(s, View(kFixedTables), in, sink);
   if (s->decodeStage > kStageSymbols) return zelErr;  // a stored block was announced
   status = ReadDynamicHeader(s, in);
   if (status != zelOk) return status;
-  return DecodeSymbols(s, s->tables, in, sink);
+  return DecodeSymbols(s, View(s->tables), in, sink);
 }
 
 // Drops input up to and including the four bytes of an empty stored block's LEN and NLEN.
@@ -140,12 +138,12 @@ zelStatus DecodeToBytes(int32_t blockType, const uint8_t** ppSrc, int32_t* pSrcL
   if (*pDstLen == 0) return zelWarnDstFull;
 
   BitReader in(s->bitBuffer.Get(), s->bitCount, *ppSrc, static_cast<size_t>(*pSrcLen));
-  ByteSink sink{*ppDst, *ppDst, *ppDst + *pDstLen, s};
+  ByteSink sink{*ppDst, *ppDst, *ppDst + *pDstLen, HistoryEnd(s->history), HistorySize(s->history)};
   if (s->pendingLen > 0) {
     // The pair path may have left a match behind that reaches further.
-    if (static_cast<size_t>(s->pendingDist) > HistorySize(s->history)) return zelErrSize;
+    if (static_cast<size_t>(s->pendingDist) > sink.Reach()) return zelErrSize;
     const int32_t n = s->pendingLen < *pDstLen ? s->pendingLen : *pDstLen;
-    CopyMatchThroughHistory(s->history, sink.outStart, sink.out, static_cast<size_t>(s->pendingDist),
+    CopyMatchThroughHistory(sink.historyEnd, sink.outStart, sink.out, static_cast<size_t>(s->pendingDist),
                             static_cast<size_t>(n));
     sink.out += n;
     s->pendingLen -= n;

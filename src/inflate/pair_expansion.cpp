@@ -22,7 +22,7 @@ zelStatus ExpandMatch(DecoderState* s, Expansion* x, size_t distance, size_t len
   if (distance > written + HistorySize(s->history)) return zelErrBadData;
   const size_t room = static_cast<size_t>(x->outEnd - x->out);
   const size_t n = len < room ? len : room;
-  CopyMatchThroughHistory(s->history, x->outStart, x->out, distance, n);
+  CopyMatchThroughHistory(HistoryEnd(s->history), x->outStart, x->out, distance, n);
   x->out += n;
   s->pendingLen = static_cast<int32_t>(len - n);
   s->pendingDist = static_cast<int32_t>(distance);

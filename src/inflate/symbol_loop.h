@@ -25,9 +25,13 @@ struct ByteSink {
   static constexpr bool kPairs = false;
 
   uint8_t* out;
-  uint8_t* outStart;
+  uint8_t* outStart;  // matches may copy from here on
   uint8_t* outEnd;
-  const DecoderState* state;  // its history precedes outStart
+  const uint8_t* historyEnd;  // what lies before outStart ends here
+  size_t historySize;         // of it, at most kWindowSize
+
+  // Bytes that a match may reach back.
+  size_t Reach() const { return static_cast<size_t>(out - outStart) + historySize; }
 };
 
 struct PairSink {
@@ -69,7 +73,7 @@ inline constexpr ptrdiff_t kFastRoom = Sink::kPairs ? 8 : kMaxMatch + kCopySlack
 
 // kHistory: matches may start before this call's output; it ends when they can't any more.
 template <bool kHistory, typename Sink>
-ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* sink) {
+ZELDC_NOINLINE void DecodeFast(const SymbolTables& tables, BitReader* in, Sink* sink) {
   const DecodeEntry* const litLen = tables.litLen;
   const DecodeEntry* const distances = tables.distance;
   const BitWord litLenMask = (BitWord{1} << tables.litLenBits) - 1;
@@ -83,8 +87,8 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
   if constexpr (kHistory) {
     outStart = sink->outStart;
     outAddress = reinterpret_cast<uintptr_t>(outStart);
-    historyAddress = reinterpret_cast<uintptr_t>(HistoryEnd(sink->state->history)) ^ outAddress;
-    historyStart = -static_cast<ptrdiff_t>(HistorySize(sink->state->history));
+    historyAddress = reinterpret_cast<uintptr_t>(sink->historyEnd) ^ outAddress;
+    historyStart = -static_cast<ptrdiff_t>(sink->historySize);
     if (outFastEnd - outStart > kWindowSize) outFastEnd = sink->outStart + kWindowSize;
   }
 
@@ -218,16 +222,16 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
         break;
       }
       e = lookUpAndRefill(litLen, litLenMask);
-      // Selected without a branch, which would be a coin toss: one wide copy serves a match that lies wholly in the
-      // history, and one that starts at least 16 bytes back in the output.
+      // Selected without a branch, which would be a coin toss: one wide copy serves a match that ends in the history
+      // with kCopySlack bytes to spare, and one that starts at least 16 bytes back in the output.
       const ptrdiff_t inHistory = start >> (8 * sizeof(start) - 1);  // all ones, or 0
       const ptrdiff_t near = (out - outStart) - 16;
-      const ptrdiff_t wideStart = near ^ (inHistory & (near ^ -static_cast<ptrdiff_t>(length)));
+      const ptrdiff_t wideStart = near ^ (inHistory & (near ^ -static_cast<ptrdiff_t>(length + kCopySlack)));
       if (ZELDC_LIKELY(start <= wideStart)) {
         const uintptr_t origin = outAddress ^ (static_cast<uintptr_t>(inHistory) & historyAddress);
         CopyWide(out, reinterpret_cast<const uint8_t*>(origin + static_cast<uintptr_t>(start)), length);
       } else if (start < 0) {
-        CopyMatchThroughHistory(sink->state->history, outStart, out, distance, length);
+        CopyMatchThroughHistory(sink->historyEnd, outStart, out, distance, length);
       } else {
         CopyNear(out, distance, length);
       }
@@ -252,6 +256,13 @@ ZELDC_NOINLINE void DecodeFast(const BlockTables& tables, BitReader* in, Sink* s
   }
 }
 
+// Bytes as fast as can be, as long as there is plenty of input and room.
+inline void DecodeFastBytes(const SymbolTables& tables, BitReader* in, ByteSink* sink) {
+  // Distances reach before outStart until that is a window back.
+  if (sink->out - sink->outStart < kWindowSize) DecodeFast<true>(tables, in, sink);
+  if (sink->out - sink->outStart >= kWindowSize) DecodeFast<false>(tables, in, sink);
+}
+
 // Looks up a code at the bottom of bits; answers its entry with the bits of link and code added up.
 inline DecodeEntry LookUp(const DecodeEntry* table, int tableBits, uint64_t bits, unsigned* codeBits,
                           unsigned* allBits) {
@@ -269,7 +280,7 @@ inline DecodeEntry LookUp(const DecodeEntry* table, int tableBits, uint64_t bits
 // Decodes one symbol if all of its bits are there. A symbol that finds no room at all is not consumed; a match that
 // finds too little is cut and waits in the record.
 template <typename Sink>
-inline Symbol DecodeOne(DecoderState* s, const BlockTables& tables, BitReader* in, Sink* sink) {
+inline Symbol DecodeOne(DecoderState* s, const SymbolTables& tables, BitReader* in, Sink* sink) {
   in->Refill();
   unsigned codeBits, allBits;
   DecodeEntry e = LookUp(tables.litLen, tables.litLenBits, in->bits, &codeBits, &allBits);
@@ -305,11 +316,11 @@ inline Symbol DecodeOne(DecoderState* s, const BlockTables& tables, BitReader* i
     in->Consume(lengthBits + allBits);
     *sink->out++ = {static_cast<uint16_t>(length), static_cast<uint16_t>(distance)};
   } else {
-    if (distance > static_cast<size_t>(sink->out - sink->outStart) + HistorySize(s->history)) return Symbol::kInvalid;
+    if (distance > sink->Reach()) return Symbol::kInvalid;
     in->Consume(lengthBits + allBits);
     const size_t room = static_cast<size_t>(sink->outEnd - sink->out);
     const size_t n = length < room ? length : room;
-    CopyMatchThroughHistory(s->history, sink->outStart, sink->out, distance, n);
+    CopyMatchThroughHistory(sink->historyEnd, sink->outStart, sink->out, distance, n);
     sink->out += n;
     s->pendingLen = static_cast<int32_t>(length - n);
     s->pendingDist = static_cast<int32_t>(distance);

@@ -8,12 +8,13 @@
 
 namespace zeldc {
 
-void CopyMatchThroughHistory(const History& h, const uint8_t* outStart, uint8_t* out, size_t distance, size_t len) {
+void CopyMatchThroughHistory(const uint8_t* historyEnd, const uint8_t* outStart, uint8_t* out, size_t distance,
+                             size_t len) {
   const size_t written = static_cast<size_t>(out - outStart);
   if (distance > written) {
     const size_t before = distance - written;
     const size_t n = before < len ? before : len;
-    memcpy(out, HistoryEnd(h) - before, n);
+    memcpy(out, historyEnd - before, n);
     out += n;
     len -= n;
   }

@@ -20,9 +20,10 @@ inline size_t HistorySize(const History& h) { return static_cast<size_t>(h.fill 
 // The end of the history: the byte before this call's first is the one before it.
 inline const uint8_t* HistoryEnd(const History& h) { return h.window + h.fill; }
 
-// Copies len bytes from `distance` bytes before `out`, exactly. What lies before outStart, this call's first byte,
-// comes from the history, which holds it.
-void CopyMatchThroughHistory(const History& h, const uint8_t* outStart, uint8_t* out, size_t distance, size_t len);
+// Copies len bytes from `distance` bytes before `out`, exactly. What lies before outStart comes from the history that
+// ends at historyEnd and holds it.
+void CopyMatchThroughHistory(const uint8_t* historyEnd, const uint8_t* outStart, uint8_t* out, size_t distance,
+                             size_t len);
 
 // The window holds `fill` bytes now. What wide copies read behind them is cleared, so that no old memory gets about.
 void SetHistoryFill(History* h, int32_t fill);

@@ -1,0 +1,14 @@
+// zelzlib: compresses and decompresses files in the zlib format (RFC 1950) with the one-call functions of the zeldc
+// library: the worked example of what these leave to their caller.
+
+#include "common/new_file.h"
+#include "zelzlib/jobs.h"
+#include "zelzlib/options.h"
+
+int main(int argc, char** argv) {
+  int exitStatus;
+  const auto options = zelzlib::ParseOptions(argc, argv, exitStatus);
+  if (!options) return exitStatus;
+  example::RemoveNewFileOnSignals();
+  return zelzlib::Jobs(*options).Run();
+}
