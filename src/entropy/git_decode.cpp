@@ -60,9 +60,9 @@ void OpenStreams(Work* work, const uint8_t* src, uint32_t len) {
   }
 }
 
-ZELDC_ALWAYS_INLINE void ReadAhead(Work* work, uint32_t position, const uint8_t* src) {
+ZELDC_ALWAYS_INLINE void ReadAhead(Work* work, uint32_t position, const uint8_t* src, uint32_t src_len) {
   const uint32_t stream = 255u - work->symbols[position];
-  const uint32_t interval = GitReadInterval(&work->streams[stream], src);
+  const uint32_t interval = GitReadInterval(&work->streams[stream], src, src_len);
   work->next[position] = interval;
   work->nextNear[position] = GitNearSlack(interval);
 }
@@ -73,8 +73,8 @@ void Start(Work* work, const uint8_t* src, uint32_t len) {
   uint32_t slack[256];
   for (uint32_t i = 0; i < 256; ++i) {
     work->symbols[i] = static_cast<uint8_t>(255 - i);
-    slack[i] = GitReadInterval(&work->streams[i], src);
-    ReadAhead(work, i, src);
+    slack[i] = GitReadInterval(&work->streams[i], src, len);
+    ReadAhead(work, i, src, len);
   }
   // The last stream counts the occurrences of the byte that is due when no other one is.
   work->zerosLeft = slack[kGitRightEnd] == kGitNever ? 0 : slack[kGitRightEnd];
@@ -82,17 +82,18 @@ void Start(Work* work, const uint8_t* src, uint32_t len) {
   GitSetSlack(&work->due, slack);
 }
 
-void SwapWithNext(Work* work, uint32_t position) {
+// The bytes at the position and the next one change places.
+ZELDC_ALWAYS_INLINE void SwapWithNext(Work* work, GitDue* due, uint32_t position) {
   std::swap(work->symbols[position], work->symbols[position + 1]);
   std::swap(work->counts[position], work->counts[position + 1]);
   std::swap(work->next[position], work->next[position + 1]);
   std::swap(work->nextNear[position], work->nextNear[position + 1]);
-  GitSwapSlack(&work->due, position);
+  due->SwapWithNext(position);
 }
 
 // Writes up to n bytes of the block, at most kGitLevelEvery. Returns how many: fewer mean that the block has ended.
 template <GitMove kMove>
-uint32_t ProduceLevelled(Work* work, const uint8_t* src, uint8_t* dst, uint32_t n) {
+uint32_t ProduceLevelled(Work* work, const uint8_t* src, uint32_t src_len, uint8_t* dst, uint32_t n) {
   GitDue due(&work->due);
   uint32_t done = 0;
   while (done < n) {
@@ -116,12 +117,10 @@ uint32_t ProduceLevelled(Work* work, const uint8_t* src, uint8_t* dst, uint32_t 
     due.Occur(block, lane, &work->nextNear[position]);
     dst[done++] = work->symbols[position];
     work->due.beyond[position] = work->next[position] - work->nextNear[position];
-    ReadAhead(work, position, src);
+    ReadAhead(work, position, src, src_len);
     ++work->counts[position];
     if (ZELDC_UNLIKELY(GitMoves<kMove>(position, work->counts))) {
-      due.Store();
-      SwapWithNext(work, kMove == GitMove::kLeft ? position - 1 : position);
-      due.Load();
+      SwapWithNext(work, &due, kMove == GitMove::kLeft ? position - 1 : position);
     }
   }
   due.Store();
@@ -129,12 +128,12 @@ uint32_t ProduceLevelled(Work* work, const uint8_t* src, uint8_t* dst, uint32_t 
 }
 
 template <GitMove kMove>
-uint32_t Produce(Work* work, const uint8_t* src, uint8_t* dst, uint32_t n) {
+uint32_t Produce(Work* work, const uint8_t* src, uint32_t src_len, uint8_t* dst, uint32_t n) {
   uint32_t done = 0;
   while (done < n) {
     const uint32_t piece = n - done < kGitLevelEvery ? n - done : kGitLevelEvery;
     GitLevel(&work->due);
-    const uint32_t got = ProduceLevelled<kMove>(work, src, dst + done, piece);
+    const uint32_t got = ProduceLevelled<kMove>(work, src, src_len, dst + done, piece);
     done += got;
     if (got < piece) break;
   }
@@ -146,17 +145,17 @@ bool HasEnded(Work* work) { return work->zerosLeft == 0 && GitPlainDue(&work->du
 // Returns the block's size, or more than the limit.
 uint32_t DecodeBlock(Work* work, const uint8_t* src, uint32_t src_len, uint8_t* dst, uint32_t limit, int32_t strategy) {
   Start(work, src, src_len);
-  if (GitIsPrimed(strategy) && Produce<GitMove::kNone>(work, src, work->primer, kPrimed) < kPrimed) return 0;
+  if (GitIsPrimed(strategy) && Produce<GitMove::kNone>(work, src, src_len, work->primer, kPrimed) < kPrimed) return 0;
   uint32_t done = 0;
   switch (GitMoveOf(strategy)) {
     case GitMove::kLeft:
-      done = Produce<GitMove::kLeft>(work, src, dst, limit);
+      done = Produce<GitMove::kLeft>(work, src, src_len, dst, limit);
       break;
     case GitMove::kRight:
-      done = Produce<GitMove::kRight>(work, src, dst, limit);
+      done = Produce<GitMove::kRight>(work, src, src_len, dst, limit);
       break;
     case GitMove::kNone:
-      done = Produce<GitMove::kNone>(work, src, dst, limit);
+      done = Produce<GitMove::kNone>(work, src, src_len, dst, limit);
       break;
   }
   return done < limit || HasEnded(work) ? done : limit + 1;

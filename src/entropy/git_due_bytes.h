@@ -136,7 +136,9 @@ class GitPlainDue {
     GitLevelBlock(due_, block);
   }
 
-  // Around changes of the slack by others.
+  void SwapWithNext(uint32_t position) { GitSwapSlack(due_, position); }
+
+  // Around looks at the slack, and changes of it, by others.
   void Store() {}
   void Load() {}
 
@@ -165,6 +167,22 @@ constexpr GitLaneMasks<kLanes> MakeGitLaneMasks() {
 }
 inline constexpr GitLaneMasks<kGitDueLanes> kGitInBlock = MakeGitLaneMasks<kGitDueLanes>();
 inline constexpr GitLaneMasks<kGitDueBlocks> kGitOfBlocks = MakeGitLaneMasks<kGitDueBlocks>();
+
+// Shuffles that exchange a lane and the next one.
+struct GitExchanges {
+  alignas(16) uint8_t lanes[kGitDueLanes - 1][2 * kGitDueLanes];
+};
+constexpr GitExchanges MakeGitExchanges() {
+  GitExchanges all{};
+  for (uint32_t n = 0; n + 1 < kGitDueLanes; ++n) {
+    for (uint32_t i = 0; i < 2 * kGitDueLanes; ++i) {
+      const uint32_t lane = i / 2 == n ? n + 1 : i / 2 == n + 1 ? n : i / 2;
+      all.lanes[n][i] = static_cast<uint8_t>(2 * lane + i % 2);
+    }
+  }
+  return all;
+}
+inline constexpr GitExchanges kGitExchange = MakeGitExchanges();
 
 struct GitLeast {
   __m128i value;   // in all lanes
@@ -276,6 +294,26 @@ class GitVectorDue {
     row_.Step(block, least.value);
     StoreNative(slack, _mm_sub_epi16(lanes, least.value));
     due_->first[block] = static_cast<uint8_t>(least.first);
+  }
+
+  ZELDC_ALWAYS_INLINE void SwapWithNext(uint32_t position) {
+#if ZELDC_SSSE3
+    const uint32_t lane = position % kGitDueLanes;
+    if (ZELDC_LIKELY(lane != kGitDueLanes - 1)) {
+      // Within a block its least stays the same, but may come to stand elsewhere.
+      const uint32_t block = position / kGitDueLanes;
+      uint16_t* const slack = due_->slack + block * kGitDueLanes;
+      const __m128i lanes = _mm_shuffle_epi8(LoadNative<__m128i>(slack), LoadNative<__m128i>(kGitExchange.lanes[lane]));
+      const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi16(lanes, _mm_setzero_si128()));
+      StoreNative(slack, lanes);
+      due_->first[block] = static_cast<uint8_t>(std::countr_zero(static_cast<uint32_t>(zeros)) / 2);
+      std::swap(due_->beyond[position], due_->beyond[position + 1]);
+      return;
+    }
+#endif
+    Store();
+    GitSwapSlack(due_, position);
+    Load();
   }
 
   ZELDC_ALWAYS_INLINE void Store() { row_.Store(due_->least); }

@@ -81,16 +81,18 @@ ZELDC_NOINLINE inline uint32_t GitReadCarefully(GitStreamReader* stream, const u
   return GitCarefulReader(stream, src).Next();
 }
 
-// The next interval, or kGitNever. What comes from eight bytes of the stream needs no check.
-ZELDC_ALWAYS_INLINE uint32_t GitReadInterval(GitStreamReader* stream, const uint8_t* src) {
+// The next interval, or kGitNever, from a source of src_len bytes. Eight of them are looked at where there are as many,
+// be they of this stream or of the next ones: should the interval need more bits than the stream has, none is used.
+ZELDC_ALWAYS_INLINE uint32_t GitReadInterval(GitStreamReader* stream, const uint8_t* src, uint32_t src_len) {
   constexpr uint32_t kLargestPlainK = 28;  // eight times 2^28 is 2^31
-  if (ZELDC_UNLIKELY(stream->end - stream->position < 8)) return GitReadCarefully(stream, src);
+  if (ZELDC_UNLIKELY(src_len - stream->position < 8)) return GitReadCarefully(stream, src);
   const uint64_t bits = LoadBE<uint64_t>(src + stream->position) << stream->bit;
   const uint32_t k = stream->k;
   const uint32_t ones = static_cast<uint32_t>(std::countl_one(bits));
   if (ZELDC_UNLIKELY(ones >= kGitEscapeOnes || k > kLargestPlainK)) return GitReadCarefully(stream, src);
   const uint32_t interval = ones << k | static_cast<uint32_t>(bits << (ones + 1) >> (64 - k));
   const uint32_t next_bit = stream->bit + ones + 1 + k;
+  if (ZELDC_UNLIKELY((next_bit + 7) / 8 > stream->end - stream->position)) return GitReadCarefully(stream, src);
   stream->position += next_bit / 8;
   stream->bit = static_cast<uint8_t>(next_bit % 8);
   GitAdapt(interval, &stream->sum, &stream->phase, &stream->k);

@@ -176,11 +176,11 @@ TEST(GitKernels, IntervalsAreWrittenAndReadByTheirDefinition) {
     GitStreamReader reader = {0, static_cast<uint32_t>(buffer.size()), 0, 0, kGitFirstK, 0};
     GitStreamReader careful = reader;
     for (uint32_t interval : intervals) {
-      ASSERT_EQ(GitReadInterval(&reader, source.data()), interval) << seed;
+      ASSERT_EQ(GitReadInterval(&reader, source.data(), static_cast<uint32_t>(source.size())), interval) << seed;
       ASSERT_EQ(GitReadCarefully(&careful, source.data()), interval) << seed;
       ASSERT_EQ(reader.k, careful.k);
     }
-    EXPECT_EQ(GitReadInterval(&reader, source.data()), kGitNever);
+    EXPECT_EQ(GitReadInterval(&reader, source.data(), static_cast<uint32_t>(source.size())), kGitNever);
     EXPECT_EQ(GitReadCarefully(&careful, source.data()), kGitNever);
   }
 }
@@ -201,7 +201,7 @@ TEST(GitKernels, AnEscapeLeavesTheStatisticsAlone) {
 
   const GuardedBuffer source(Bytes(buffer, buffer + 4));
   GitStreamReader reader = {0, 4, 1000, 5, 8, 0};
-  EXPECT_EQ(GitReadInterval(&reader, source.data()), 3000u);
+  EXPECT_EQ(GitReadInterval(&reader, source.data(), static_cast<uint32_t>(source.size())), 3000u);
   EXPECT_EQ(reader.k, 8);
   EXPECT_EQ(reader.sum, 1000u);
   EXPECT_EQ(reader.phase, 5);
@@ -225,7 +225,7 @@ TEST(GitKernels, EscapesWithFieldsOf32BitsAndMore) {
       ASSERT_EQ(buffer, PlainGitStream(bits)) << interval << " with " << int{k};
       const GuardedBuffer source(buffer);
       GitStreamReader reader = {0, static_cast<uint32_t>(buffer.size()), 0, 0, k, 0};
-      ASSERT_EQ(GitReadInterval(&reader, source.data()), interval) << int{k};
+      ASSERT_EQ(GitReadInterval(&reader, source.data(), static_cast<uint32_t>(source.size())), interval) << int{k};
     }
   }
 }
@@ -278,7 +278,12 @@ TEST(GitKernels, NeighboursExchangeTheirSlack) {
     for (uint32_t& one : slack) one = static_cast<uint32_t>(random() >> Uniform(random, 32, 63));
     GitSlack due;
     GitSetSlack(&due, slack);
+    GitSlack by_vectors = due;
+    GitDue vectors(&by_vectors);
+    vectors.SwapWithNext(position);
+    vectors.Store();
     GitSwapSlack(&due, position);
+    ASSERT_EQ(memcmp(&due, &by_vectors, sizeof(due)), 0) << position;
     std::swap(slack[position], slack[position + 1]);
     GitSlack expected;
     GitSetSlack(&expected, slack);
