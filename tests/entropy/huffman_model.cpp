@@ -159,7 +159,7 @@ Bytes ModelDecoder::Decode(const Bytes& source, size_t room) {
     while (w < first_[length] << (max_len_ - length)) ++length;
     if (length > held_.size() + zeros_) break;
     const uint64_t index = (w - (first_[length] << (max_len_ - length))) >> (max_len_ - length);
-    out.push_back(symbols_[length][std::min<uint64_t>(index, symbols_[length].size() - 1)]);
+    out.push_back(symbols_[length][static_cast<size_t>(std::min<uint64_t>(index, symbols_[length].size() - 1))]);
     if (length >= zeros_) {
       held_.erase(0, length - static_cast<size_t>(zeros_));
       zeros_ = 0;
