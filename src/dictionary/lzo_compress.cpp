@@ -1,104 +1,150 @@
+// The search looks at a position's four bytes, takes the one or two earlier positions that the dictionary holds for
+// their hash, and goes on behind the match or by one byte. Whether there is a match is a branch that nothing guesses
+// well, and what it costs is the time until it is decided: the hash, the dictionary, and the bytes at the candidate,
+// one load waiting for the other.
+//
+// So the dictionary holds with each position the upper 12 bits of its four bytes, read as a number: all of the fourth
+// byte and half of the third. With them, and the hash, it is known without a look at the candidate whether to try the
+// second slot, and but for one case in thousands whether there is a match; candidates that are none never come into
+// the cache.
+//
+// An entry is that tag and a position's number of 20 bits. Positions are numbered through all inputs, with a gap
+// between two of them, so that what was left by an earlier input is out of reach, as is 0, an empty entry. When the
+// numbers are used up, they are all lowered, and numbers below 0 become 0.
+
 #include "dictionary/lzo_compress.h"
 
 #include <string.h>
 
+#include <algorithm>
+#include <bit>
+
+#include "core/target.h"
 #include "dictionary/lzo_format.h"
 #include "dictionary/lzo_hash.h"
+#include "dictionary/lzo_tokens.h"
 #include "shared/unaligned.h"
 
 namespace zeldc {
 
 namespace {
 
-constexpr uint32_t kNeverLookedUp = 4;
-constexpr uint32_t kLastLiterals = 13;
+constexpr uint32_t kNeverLookedUp = 4;  // bytes at the start
+constexpr uint32_t kLastLiterals = 13;  // at least so many bytes behind a position that is looked up
 
-uint8_t* WriteExtension(uint8_t* out, size_t rest) {
-  for (; rest > 255; rest -= 255) *out++ = 0;
-  *out++ = static_cast<uint8_t>(rest);
-  return out;
+constexpr uint32_t kNumberMask = (1u << 20) - 1;
+constexpr uint32_t kTagMask = ~kNumberMask;
+constexpr uint32_t kThirdByteTag = 0x00F00000;
+constexpr uint32_t kFirstNumber = kFarMaxDistance + 1;  // 0 is out of its reach
+constexpr uint32_t kNumbersToStart = 1u << 19;          // an input starts below it, or with an empty dictionary
+
+// Lowers all numbers so that `number` becomes kFirstNumber.
+void LowerNumbers(uint32_t* entries, uint64_t number) {
+  const auto by = static_cast<uint32_t>(std::min<uint64_t>(number - kFirstNumber, kNumberMask));
+  for (uint32_t i = 0; i < kLzoDictionarySize; ++i) {
+    entries[i] = (entries[i] & kTagMask) | (std::max(entries[i] & kNumberMask, by) - by);
+  }
 }
 
-// A run of `len` literals, the last bytes of a match token in front of it if any.
-uint8_t* WriteRun(uint8_t* out, const uint8_t* literals, size_t len, bool first, bool last) {
-  if (len == 0) return out;
-  if (first && (len <= kRunMaxLength || (last && len <= kFirstRunMax))) {
-    *out++ = static_cast<uint8_t>(kFirstRun + len);
-  } else if (len <= kTrailingMax) {
-    out[-2] = static_cast<uint8_t>(out[-2] | len);
-  } else if (len <= kRunMaxLength) {
-    *out++ = static_cast<uint8_t>(len - 3);
-  } else {
-    *out++ = 0;
-    out = WriteExtension(out, len - kRunMaxLength);
-  }
-  memcpy(out, literals, len);
-  return out + len;
+// In the lowest lane the hash at p.
+ZELDC_ALWAYS_INLINE uint64_t HashLanes(const uint8_t* p) {
+  const uint64_t* const lanes = kLzoHashLanes.of;
+  return lanes[p[0]] >> 48 ^ lanes[p[1]] >> 32 ^ lanes[p[2]] >> 16 ^ lanes[p[3]];
 }
 
-uint8_t* WriteMatch(uint8_t* out, size_t distance, size_t len) {
-  if (len <= kNearMaxLength && distance <= kNearMaxDistance) {
-    *out++ = static_cast<uint8_t>((len - 1) << 5 | ((distance - 1) & 7) << 2);
-    *out++ = static_cast<uint8_t>((distance - 1) >> 3);
-    return out;
+// Not 0 if a candidate is out of reach, or is no match by its tag: beyond 2048 bytes all of the tag must be equal,
+// before only what it has of the third byte. difference: of the tags, in their place.
+ZELDC_ALWAYS_INLINE uint32_t Rejection(uint32_t difference, uint32_t distance) {
+  const uint32_t far = MaskIfNegative(kNearMaxDistance - distance) & kTagMask;
+  return (difference & (far | kThirdByteTag)) | MaskIfNegative(kFarMaxDistance - distance);
+}
+
+// Enters a position, whose four bytes are `bytes`, and answers whether the entry that it takes was a match by its tag;
+// and how far back.
+ZELDC_ALWAYS_INLINE bool LookUp(uint32_t* entries, uint32_t hash, uint32_t bytes, uint32_t number, uint32_t* distance) {
+  const uint32_t entry = (bytes & kTagMask) | number;
+  uint32_t old = entries[hash];
+  uint32_t back = (entry - old) & kNumberMask;
+  uint32_t slot = hash;
+  if (Rejection(entry ^ old, back) != 0) {
+    // The second slot counts if the first candidate is in reach, but far, and its fourth byte differs.
+    const uint32_t fourth_differs = 0 - ((bytes ^ old) >> 24);
+    const uint32_t second = MaskIfNegative((back - kFarMaxDistance - 1) & (kNearMaxDistance - back) & fourth_differs);
+    old = entries[SecondSlot(hash)];
+    back = (entry - old) & kNumberMask;
+    slot = hash ^ ((hash ^ SecondSlot(hash)) & second);
+    if ((Rejection(entry ^ old, back) | ~second) != 0) {
+      entries[slot] = entry;
+      return false;
+    }
   }
-  size_t word = distance - 1;
-  size_t token = kMiddleMatch;
-  size_t most = kMiddleMaxLength;
-  if (distance > kMiddleMaxDistance) {
-    word = distance - kMiddleMaxDistance;
-    token = kFarMatch | (word & 0x4000) >> 11;
-    most = kFarMaxLength;
+  entries[slot] = entry;
+  *distance = back;
+  return true;
+}
+
+// The end of a match of 8 bytes and more.
+ZELDC_ALWAYS_INLINE const uint8_t* MatchEnd(const uint8_t* p, const uint8_t* end, uint32_t distance) {
+  p += 8;
+  for (; end - p >= 8; p += 8) {
+    const uint64_t differences = LoadLE<uint64_t>(p) ^ LoadLE<uint64_t>(p - distance);
+    if (differences != 0) return p + (std::countr_zero(differences) >> 3);
   }
-  if (len <= most) {
-    *out++ = static_cast<uint8_t>(token | (len - 2));
-  } else {
-    *out++ = static_cast<uint8_t>(token);
-    out = WriteExtension(out, len - most);
-  }
-  StoreLE(out, static_cast<uint16_t>(word << 2));
-  return out + 2;
+  while (p != end && *p == *(p - distance)) ++p;
+  return p;
 }
 
 }  // namespace
 
-void LzoInitDictionary(LzoDictionary* dictionary) { memset(dictionary, 0, sizeof *dictionary); }
+void LzoInitDictionary(LzoDictionary* dictionary) {
+  memset(dictionary->entries, 0, sizeof dictionary->entries);
+  dictionary->next = kFirstNumber;
+}
 
 size_t LzoCompress(const uint8_t* in, uint32_t n, uint8_t* const start, LzoDictionary* dictionary) {
+  const uint8_t* const end = in + n;
+  const uint8_t* literals = in;
   uint8_t* out = start;
-  uint32_t literals = 0;
   if (n > kNeverLookedUp + kLastLiterals) {
-    memset(dictionary->entries, 0, sizeof dictionary->entries);
-    for (uint32_t p = kNeverLookedUp; p < n - kLastLiterals;) {
-      const uint32_t hash = (zelLZOHashSalt.row[0][in[p]] ^ zelLZOHashSalt.row[1][in[p + 1]] ^
-                             zelLZOHashSalt.row[2][in[p + 2]] ^ zelLZOHashSalt.row[3][in[p + 3]]) &
-                            kLzoHashMask;
-      uint32_t* slot = &dictionary->entries[hash];
-      uint32_t candidate = *slot;
-      auto InReach = [&] { return candidate != 0 && p - candidate <= kFarMaxDistance; };
-      auto FarAndDifferent = [&] { return p - candidate > kNearMaxDistance && in[candidate + 3] != in[p + 3]; };
-      bool good = InReach();
-      if (good && FarAndDifferent()) {
-        slot = &dictionary->entries[SecondSlot(hash)];
-        candidate = *slot;
-        good = InReach() && !FarAndDifferent();
+    if (dictionary->next > kNumbersToStart) LzoInitDictionary(dictionary);
+    uint32_t* const entries = dictionary->entries;
+    const uint8_t* const limit = end - kLastLiterals;
+    const uint8_t* p = in + kNeverLookedUp;
+    // The number of the position `in`, which is below 0 when numbers have been lowered.
+    int64_t base = dictionary->next;
+    while (p < limit) {
+      const int64_t number = p - in + base;
+      if (number > kNumberMask) {
+        LowerNumbers(entries, static_cast<uint64_t>(number));
+        base -= number - kFirstNumber;
       }
-      *slot = p;
-      uint32_t len = 0;
-      if (good) {
-        while (p + len < n && in[candidate + len] == in[p + len]) ++len;
-      }
-      if (len < 3) {
+      const auto shift = static_cast<uint32_t>(base);
+      const ptrdiff_t numbers = kNumberMask + 1 - static_cast<ptrdiff_t>(p - in + base);
+      const uint8_t* const stop = limit - p <= numbers ? limit : p + numbers;
+      uint64_t lanes = HashLanes(p);
+      while (p < stop) {
+        const uint32_t hash = static_cast<uint32_t>(lanes) & kLzoHashMask;
+        const uint64_t bytes = LoadLE<uint64_t>(p);
+        uint32_t distance;
+        if (LookUp(entries, hash, static_cast<uint32_t>(bytes), static_cast<uint32_t>(p - in) + shift, &distance)) {
+          const uint64_t differences = bytes ^ LoadLE<uint64_t>(p - distance);
+          if (ZELDC_LIKELY((differences & 0xFFFFFF) == 0)) {
+            out = WriteRun(out, literals, static_cast<size_t>(p - literals), out == start);
+            literals =
+                ZELDC_LIKELY(differences != 0) ? p + (std::countr_zero(differences) >> 3) : MatchEnd(p, end, distance);
+            out = WriteMatch(out, distance, static_cast<size_t>(literals - p));
+            p = literals;
+            if (p < stop) lanes = HashLanes(p);
+            continue;
+          }
+        }
+        lanes = lanes >> 16 ^ kLzoHashLanes.of[p[4]];
         ++p;
-        continue;
       }
-      out = WriteRun(out, in + literals, p - literals, out == start, false);
-      out = WriteMatch(out, p - candidate, len);
-      p += len;
-      literals = p;
     }
+    dictionary->next = static_cast<uint32_t>(std::min<int64_t>(n + base + kFirstNumber, kNumberMask));
   }
-  out = WriteRun(out, in + literals, n - literals, out == start, true);
+  out = WriteAnyRun(out, literals, static_cast<size_t>(end - literals), out == start, true);
   return static_cast<size_t>(out - start);
 }
 

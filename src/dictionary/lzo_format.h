@@ -15,14 +15,14 @@ namespace zeldc {
 //
 // SS is the number of literals, 0 to 3, that follow the match without a token of their own. A length that its field
 // does not hold is told by a field of 0: a byte of 0 for each 255 beyond the field's greatest value, then the rest.
-inline constexpr size_t kNearMaxLength = 8;
-inline constexpr size_t kNearMaxDistance = 2048;
+inline constexpr uint32_t kNearMaxLength = 8;
+inline constexpr uint32_t kNearMaxDistance = 2048;
 inline constexpr uint32_t kMiddleMatch = 0x20;
 inline constexpr size_t kMiddleMaxLength = 33;  // without extension
-inline constexpr size_t kMiddleMaxDistance = 16384;
+inline constexpr uint32_t kMiddleMaxDistance = 16384;
 inline constexpr uint32_t kFarMatch = 0x10;
 inline constexpr size_t kFarMaxLength = 9;  // without extension
-inline constexpr size_t kFarMaxDistance = 49151;
+inline constexpr uint32_t kFarMaxDistance = 49151;
 inline constexpr size_t kRunMaxLength = 18;  // without extension
 inline constexpr size_t kTrailingMax = 3;    // literals in a match's SS
 

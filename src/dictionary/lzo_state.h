@@ -12,8 +12,9 @@ inline constexpr uint32_t kLzoDictionarySize = 16384;
 
 // What one thread searches with.
 struct LzoDictionary {
-  uint32_t entries[kLzoDictionarySize];
-  uint32_t unused[2];
+  uint32_t entries[kLzoDictionarySize];  // see lzo_compress.cpp
+  uint32_t next;                         // the number of the first position of the next input
+  uint32_t unused;
   uint32_t buffer;  // where the thread's output goes: bytes from the start of the record
 };
 static_assert(sizeof(LzoDictionary) == 65548);

@@ -29,6 +29,12 @@ testing::AssertionResult IsModels(const Bytes& in, const Bytes& stream) {
 // `size` bytes in which nothing matches: every four bytes are others, of few hash values in common.
 Bytes Noise(size_t size, uint64_t seed) { return RandomBytes(size, seed); }
 
+Bytes Joined(const std::vector<Bytes>& parts) {
+  Bytes all;
+  for (const Bytes& part : parts) Append(all, part);
+  return all;
+}
+
 }  // namespace
 
 TEST(LzoEncode, SizeErrorsInTheirOrder) {
@@ -203,6 +209,16 @@ TEST(LzoEncode, EarlierCallsDoNotShow) {
     EXPECT_EQ(LzoEncode(in, used), first);
     EXPECT_EQ(LzoEncode(in, LzoRecord(zelLZOMethodSingle, 0, Guard::kBefore, 0xFF)), first);
   }
+}
+
+// Long enough for positions to be renumbered, with matches across that, and one that goes far beyond it.
+TEST(LzoEncode, MillionsOfBytesAreTheModels) {
+  const LzoRecord record(zelLZOMethodSingle, 0);
+  Bytes in = RepeatsAt(1200000, 40000, 200, 1);
+  EXPECT_TRUE(IsModels(in, LzoEncode(in, record)));
+  in = Joined({Text(300000, 2), Bytes(2500000, 7), Text(300000, 2)});
+  EXPECT_TRUE(IsModels(in, LzoEncode(in, record)));
+  EXPECT_TRUE(IsModels(in, LzoEncode(in, record)));
 }
 
 TEST(LzoEncode, RecordCanBeCopied) {
