@@ -1,6 +1,9 @@
 #include "zellzop/blocks.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <bit>
 
 #include "common/messages.h"
 #include "zeldc.h"
@@ -179,6 +182,25 @@ BlockSums ReadBlocks(InputCursor& input, const MemberHeader& header, Blocks what
     throw;
   }
   return sums;
+}
+
+bool HasSecondMember(int descriptor, const MemberHeader& header) {
+  const auto read = [&](uint64_t offset, uint8_t* to, size_t size) {
+    return pread(descriptor, to, size, static_cast<off_t>(offset)) == static_cast<ssize_t>(size);
+  };
+  const auto checks = [&](uint32_t flags) { return std::popcount(header.flags & flags) * 4u; };
+  uint64_t offset = header.size;
+  uint8_t head[kMagicBytes];
+  while (read(offset, head, 4)) {
+    if (WordAt(head) == 0) {
+      return read(offset + 4, head, kMagicBytes) && std::equal(head, head + kMagicBytes, kMemberMagic);
+    }
+    if (!read(offset, head, 8)) break;
+    const uint32_t size = WordAt(head), compressed = WordAt(head + 4);
+    offset += 8 + checks(kAdlerOfData | kCrcOfData) + compressed;
+    if (compressed < size) offset += checks(kAdlerOfCompressed | kCrcOfCompressed);
+  }
+  return false;
 }
 
 }  // namespace zellzop

@@ -33,4 +33,8 @@ enum class Blocks { kDecode, kDecodeUnchecked, kSkip };
 // output, which is flushed.
 BlockSums ReadBlocks(example::InputCursor& input, const MemberHeader& header, Blocks what, example::Output& output);
 
+// Whether another member follows the file's first one, whose header has been read. Looks at the heads of the blocks
+// alone; what can't be read is no member.
+bool HasSecondMember(int descriptor, const MemberHeader& header);
+
 }  // namespace zellzop

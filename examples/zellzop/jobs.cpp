@@ -164,55 +164,91 @@ void Jobs::Decompress(const Source& source) {
   InputCursor cursor(input, kBufferBytes);
   Ahead ahead = LookAhead(cursor);
   if (ahead != Ahead::kMember && ahead != Ahead::kParallel) throw Failure(NameOf(source) + ": not a lzop file");
-  const bool writes = options_.action == Action::kDecompress;
-  do {
-    std::optional<MemberHeader> header;
+  bool restoresNames = options_.restoreName;
+  std::optional<MemberHeader> header;
+  std::optional<Output> output;
+  bool failed = false;
+  for (bool first = true; ahead == Ahead::kMember || ahead == Ahead::kParallel; first = false) {
+    header.reset();
     if (ahead == Ahead::kMember) header = ReadMemberHeader(cursor);
-    Target* const target = writes ? &OpenTarget(source, PathFor(source, header)) : nullptr;
-    if (writes) Say(source, "decompressing");
-    Output output(writes ? target->descriptor() : -1, writes ? target->name() : "", kBufferBytes);
-    ahead = ReadMembers(source, cursor, ahead, header, output);
-    output.Flush();
-    if (writes) CompleteTarget(source, header);
-  } while (ahead == Ahead::kMember || ahead == Ahead::kParallel);
+    if (first && WritesFile(source) && !restoresNames && header &&
+        HasSecondMember(source.descriptor.number(), *header)) {
+      Warn(NameOf(source) + ": warning: multipart archive -- restoring file names");
+      restoresNames = true;
+    }
+    // Each member to a file of its own, or all to one output.
+    const bool separate = restoresNames && WritesFile(source);
+    if (first || separate) failed |= !OpenOutput(source, header, first, restoresNames, output);
+    ReadMember(source, cursor, header, *output);
+    if (separate) Finish(source, header, *output);
+    if (options_.action == Action::kTest && !options_.quiet) {
+      std::fprintf(stderr, "testing %s OK\n", NameOf(source).c_str());
+    }
+    ahead = LookAhead(cursor);
+    const bool warns =
+        options_.action != Action::kList && !separate && !(options_.restoreName && options_.action == Action::kTest);
+    if (first && warns && (ahead == Ahead::kMember || ahead == Ahead::kParallel)) {
+      progress.Finish();
+      Warn(NameOf(source) + ": warning: this is a multipart archive (try option '-N')");
+    }
+  }
+  if (!restoresNames || !WritesFile(source)) Finish(source, header, *output);
   progress.Finish();
   if (ahead == Ahead::kGarbage) Warn(NameOf(source) + ": warning: ignoring trailing garbage in lzop file");
-  if (options_.action == Action::kTest && !options_.quiet) {
-    std::fprintf(stderr, "testing %s OK\n", NameOf(source).c_str());
-  }
-  if (writes) RemoveSource(source);
+  if (options_.action == Action::kDecompress && !failed) RemoveSource(source);
 }
 
-Jobs::Ahead Jobs::ReadMembers(const Source& source, InputCursor& cursor, Ahead ahead,
-                              std::optional<MemberHeader>& header, Output& output) {
+// Makes the output of a member, or of all. A member whose file may not be written is no reason to leave out the others:
+// it is dropped, and the answer is false.
+bool Jobs::OpenOutput(const Source& source, const std::optional<MemberHeader>& header, bool first, bool restoresNames,
+                      std::optional<Output>& output) {
+  if (options_.action != Action::kDecompress) {
+    output.emplace(-1, "", kBufferBytes);
+    return true;
+  }
+  try {
+    Target& target = OpenTarget(source, PathFor(source, header, restoresNames, !first));
+    Say(source, "decompressing");
+    output.emplace(target.descriptor(), target.name(), kBufferBytes);
+    return true;
+  } catch (const Fatal&) {
+    throw;
+  } catch (const Failure& failure) {
+    if (!restoresNames) throw;
+    messages_.Error(failure.what());
+    output.emplace(-1, "", kBufferBytes);
+    return false;
+  }
+}
+
+void Jobs::ReadMember(const Source& source, InputCursor& cursor, const std::optional<MemberHeader>& header,
+                      Output& output) {
   const bool lists = options_.action == Action::kList;
   const Blocks what = lists                            ? Blocks::kSkip
                       : options_.check == Check::kNone ? Blocks::kDecodeUnchecked
                                                        : Blocks::kDecode;
-  // With -N each member becomes a file of its own.
-  const bool separate = lists || (options_.restoreName && WritesFile(source));
-  for (bool first = true;; first = false) {
-    std::optional<MemberHeader> next = header;
-    if (!first) next = ahead == Ahead::kMember ? std::optional(ReadMemberHeader(cursor)) : std::nullopt;
-    const BlockSums sums = next ? ReadBlocks(cursor, *next, what, output) : ReadParallel(cursor, what, output);
-    if (lists) {
-      const std::string name = options_.restoreName && next && !next->name.empty()
-                                   ? next->name
-                                   : DecompressedPath(NameOf(source), options_.suffix).value_or(NameOf(source));
-      listing_.Print(next ? MethodName(*next) : "parallel", sums, next ? next->time : 0, name);
-    }
-    ahead = LookAhead(cursor);
-    if (separate || ahead == Ahead::kEnd || ahead == Ahead::kGarbage) return ahead;
-    if (first && WritesFile(source)) {
-      Warn(NameOf(source) + ": warning: this is a multipart archive (try option '-N')");
-    }
-  }
+  const BlockSums sums = header ? ReadBlocks(cursor, *header, what, output) : ReadParallel(cursor, what, output);
+  if (!lists) return;
+  std::string name = source.path.empty() ? "<stdout>" : source.path;
+  if (const auto path = DecompressedPath(source.path, options_.suffix)) name = *path;
+  if (options_.restoreName && header && !header->name.empty()) name = header->name;
+  listing_.Print(header ? MethodName(*header) : "parallel", sums, header ? header->time : 0, name);
 }
 
-std::string Jobs::PathFor(const Source& source, const std::optional<MemberHeader>& header) const {
+// All of an output is there.
+void Jobs::Finish(const Source& source, const std::optional<MemberHeader>& header, Output& output) {
+  output.Flush();
+  if (options_.action == Action::kDecompress) CompleteTarget(source, header);
+}
+
+std::string Jobs::PathFor(const Source& source, const std::optional<MemberHeader>& header, bool restoresName,
+                          bool isLater) const {
   if (!WritesFile(source)) return "";
-  if (options_.restoreName && header) {
+  if (restoresName && header) {
     if (const auto path = Besides(source.path, header->name)) return *path;
+    if (isLater || !options_.restoreName) {
+      throw Fatal(source.path + ": multipart archive, but no filename stored (use option '-o')");
+    }
   }
   if (const auto path = DecompressedPath(source.path, options_.suffix)) return *path;
   if (options_.force < 2) throw Failure(source.path + ": unknown suffix -- ignored");
@@ -239,7 +275,7 @@ Target& Jobs::OpenTarget(const Source& source, const std::string& path) {
 
 // The file is done. That of -o waits for the others.
 void Jobs::CompleteTarget(const Source& source, const std::optional<MemberHeader>& header) {
-  if (!CompletesTarget(source)) return;
+  if (!CompletesTarget(source) || !target_) return;
   struct stat attributes = source.path.empty() ? DefaultAttributes() : source.status;
   time_t changed = 0;
   if (options_.action == Action::kDecompress) {

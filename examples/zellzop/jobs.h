@@ -33,12 +33,15 @@ class Jobs {
   Source Open(const std::string& path) const;
   void Compress(const Source& source);
   void Decompress(const Source& source);
-  // Reads members, or one file of --parallel, into one output. Answers what follows.
-  Ahead ReadMembers(const Source& source, example::InputCursor& cursor, Ahead ahead,
-                    std::optional<MemberHeader>& header, example::Output& output);
+  bool OpenOutput(const Source& source, const std::optional<MemberHeader>& header, bool first, bool restoresNames,
+                  std::optional<example::Output>& output);
+  void ReadMember(const Source& source, example::InputCursor& cursor, const std::optional<MemberHeader>& header,
+                  example::Output& output);
+  void Finish(const Source& source, const std::optional<MemberHeader>& header, example::Output& output);
 
   MemberHeader MakeHeader(const Source& source) const;
-  std::string PathFor(const Source& source, const std::optional<MemberHeader>& header) const;
+  std::string PathFor(const Source& source, const std::optional<MemberHeader>& header, bool restoresName,
+                      bool isLater) const;
   example::Target& OpenTarget(const Source& source, const std::string& path);
   void CompleteTarget(const Source& source, const std::optional<MemberHeader>& header);
   void RemoveSource(const Source& source);

@@ -110,6 +110,7 @@ MemberHeader ReadMemberHeader(InputCursor& input) {
   header.time |= uint64_t{reader.Number(4)} << 32;
   for (int left = reader.Byte(); left > 0; --left) header.name += static_cast<char>(reader.Byte());
   const uint32_t expected = CheckOf(reader.bytes(), header.flags);
+  header.size = kMagicBytes + reader.bytes().size() + 4;
   if (reader.Number(4) != expected) throw Failure(file + ": header corrupted (checksum error)");
   if (header.method < kLzo1x1 || header.method > kLzo1x999) {
     throw Failure(file + ": unknown compression method -- get a newer version of zellzop");

@@ -48,6 +48,7 @@ struct MemberHeader {
   uint32_t mode = 0;
   uint64_t time = 0;
   std::string name;
+  uint64_t size = 0;  // as it was read: bytes of it in the file, with the magic bytes
 };
 
 inline constexpr int kMagicBytes = 9;
