@@ -131,7 +131,7 @@ ZELDC_API zelStatus zelsHuffGetLenCodeTable_8u(const zelHuffState* pState, int32
 
 /*
  * Sizes of buffers that suffice for coding with these code lengths, with max and min the longest and the shortest of
- * them.
+ * them (1 and 32 where there is none).
  *
  * pCodeLenTable    [in]   256 lengths in bits, 0 for byte values without a code
  * srcLen                  bytes to encode, or coded bytes to decode; at least 1
