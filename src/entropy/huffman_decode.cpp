@@ -1,27 +1,23 @@
 // Bits to bytes.
 
+//
+// How much of the source a call reads is part of the contract, and so is the treatment of zeros: whoever loads byte by
+// byte counts whole bytes of zeros ahead, from the code on at which they begin. The inner loop knows nothing of that.
+// It takes over where no zeros have been counted and nothing is held that this call has not read, and whatever it reads
+// ahead it gives back: behind a byte that is not the one with the zero code a decoder without look-ahead stands at the
+// same place, with nothing counted, and reads on from there as it would have done.
+
 #include <string.h>
 
 #include <algorithm>
 
 #include "core/target.h"
+#include "entropy/huffman_decode_many.h"
 #include "entropy/huffman_state.h"
 
 using namespace zeldc;
 
 namespace {
-
-struct Symbol {
-  uint8_t value;
-  uint32_t length;
-};
-
-// The code at the front of 32 bits, of `length` bits or more. Bits that are no code count as the last one of a length.
-ZELDC_ALWAYS_INLINE Symbol FindSymbol(const HuffDecodeTables& t, uint32_t bits, uint32_t length) {
-  while (bits < t.firstCode[length]) ++length;
-  const uint32_t place = t.firstPlace[length] + ((bits - t.firstCode[length]) >> (32 - length));
-  return {t.symbols[std::min<uint32_t>(place, t.lastPlace[length])], length};
-}
 
 // The decoder as its record has it between calls, see zelsDecodeHuff_8u: bits are held in the accumulator, before them
 // `zeroCount` zeros in whole bytes that have been counted out of it.
@@ -59,7 +55,7 @@ struct CarefulDecoder {
       return true;
     }
     const uint32_t zeros = static_cast<uint32_t>(zeroCount);
-    const Symbol symbol = FindSymbol(s->tables, accumulator >> zeros, static_cast<uint32_t>(s->minLen));
+    const HuffSymbol symbol = FindSymbol(s->tables, accumulator >> zeros, static_cast<uint32_t>(s->minLen));
     if (symbol.length > bitCount + zeros) return false;
     if (symbol.length >= zeros) {
       accumulator <<= symbol.length - zeros;
@@ -71,7 +67,61 @@ struct CarefulDecoder {
     *dst++ = symbol.value;
     return true;
   }
+
+  bool HoldsOnlyFrom(const uint8_t* start) const {
+    return zeroCount == 0 && src - start >= static_cast<ptrdiff_t>((bitCount + 7) / 8);
+  }
+  BitPlace Place() const { return {src - (bitCount + 7) / 8, (0 - bitCount) & 7}; }
+
+  void Seek(BitPlace place) {
+    src = place.byte;
+    accumulator = 0;
+    bitCount = 0;
+    zeroCount = 0;
+    if (place.bit > 0) {
+      accumulator = uint32_t{*src++} << (24 + place.bit);
+      bitCount = 8 - place.bit;
+    }
+  }
 };
+
+// Less output or input than this is not worth the making of a table.
+constexpr ptrdiff_t kManySymbols = 16384;
+constexpr ptrdiff_t kMuchSource = 4096;
+
+ZELDC_NOINLINE void RunTripleCodes(const zelHuffState* s, HuffLoop* loop) {
+  const TripleCodes codes(s);
+  loop->Run(s->tables, codes);
+}
+
+// The decoder stands in its source with no zeros counted, and the code is complete.
+void ownDecodeMany(const zelHuffState* s, CarefulDecoder* d) {
+  const BitPlace start = d->Place();
+  uint8_t* const dstStart = d->dst;
+  HuffLoop loop(start, d->srcEnd, d->dst, d->dstEnd);
+  if (d->dstEnd - d->dst >= kManySymbols && d->srcEnd - start.byte >= kMuchSource) RunTripleCodes(s, &loop);
+  loop.Run(s->tables, SingleCodes(s->tables));
+
+  // Back in front of zeros that may have been counted ahead.
+  d->dst = loop.dst();
+  while (d->dst > dstStart && d->dst[-1] == s->zeroSymbol) --d->dst;
+  const int64_t back = int64_t{loop.dst() - d->dst} * s->maxLen;
+  const BitPlace place = loop.place();
+  const int64_t at = int64_t{place.byte - start.byte} * 8 + place.bit - back;
+  d->Seek({start.byte + at / 8, static_cast<uint32_t>(at % 8)});
+}
+
+void ownDecode(const zelHuffState* s, CarefulDecoder* decoder) {
+  if (s->maxLen < 1) return;
+  CarefulDecoder d = *decoder;
+  const uint8_t* const start = d.src;
+  if (s->isComplete) {
+    while (d.dst < d.dstEnd && !d.HoldsOnlyFrom(start) && d.Step(s)) continue;
+    if (d.dst < d.dstEnd && d.HoldsOnlyFrom(start)) ownDecodeMany(s, &d);
+  }
+  while (d.dst < d.dstEnd && d.Step(s)) continue;
+  *decoder = d;
+}
 
 }  // namespace
 
@@ -96,9 +146,9 @@ zelStatus zelsDecodeHuff_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
   CarefulDecoder d = {
       pState->accumulator, static_cast<uint32_t>(pState->bitCount), pState->ZeroCount(), pSrc, pSrc + srcLen, pDst,
       pDst + *pDstLen};
-  if (pState->maxLen > 0) {
-    while (d.dst < d.dstEnd && d.Step(pState)) continue;
-  }
+
+  ownDecode(pState, &d);
+
   *pDstLen = static_cast<int32_t>(d.dst - pDst);
   pState->accumulator = d.accumulator;
   pState->bitCount = static_cast<int32_t>(d.bitCount);
