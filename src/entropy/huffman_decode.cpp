@@ -86,8 +86,8 @@ struct CarefulDecoder {
 };
 
 // Less output or input than this is not worth the making of a table.
-constexpr ptrdiff_t kManySymbols = 16384;
-constexpr ptrdiff_t kMuchSource = 4096;
+constexpr ptrdiff_t kManySymbols = 4096;
+constexpr ptrdiff_t kMuchSource = 1024;
 
 ZELDC_NOINLINE void RunTripleCodes(const zelHuffState* s, HuffLoop* loop) {
   const TripleCodes codes(s);

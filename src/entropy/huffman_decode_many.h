@@ -60,10 +60,11 @@ class TripleCodes {
   using Entry = uint32_t;
 
   explicit TripleCodes(const zelHuffState* s) {
-    Entry one[2 << kBits], two[2 << kBits];
-    Rows ones(one), twos(two);
-    for (uint32_t bits = 0; bits < kBits; ++bits) ones.Make(s, bits, nullptr);
-    for (uint32_t bits = 0; bits < kBits; ++bits) twos.Make(s, bits, &ones);
+    Entry one[1 << kBits], two[1 << kBits];
+    const Rows ones = {one}, twos = {two};
+    const uint32_t shortest = static_cast<uint32_t>(s->minLen);
+    for (uint32_t bits = 0; bits + 2 * shortest <= kBits; ++bits) MakeRow(s, bits, nullptr, ones.Row(bits));
+    for (uint32_t bits = 0; bits + shortest <= kBits; ++bits) MakeRow(s, bits, &ones, twos.Row(bits));
     MakeRow(s, kBits, &twos, entries_);
   }
   Entry At(size_t index) const { return entries_[index]; }
@@ -76,9 +77,7 @@ class TripleCodes {
   // Tables for 0, 1, ... bits, one behind another.
   struct Rows {
     Entry* entries;
-    explicit Rows(Entry* memory) : entries(memory) {}
     Entry* Row(uint32_t bits) const { return entries + (size_t{1} << bits) - 1; }
-    void Make(const zelHuffState* s, uint32_t bits, const Rows* rest) { MakeRow(s, bits, rest, Row(bits)); }
   };
 
   // The table for so many bits, of codes with those of `rest` behind them.
