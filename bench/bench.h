@@ -101,5 +101,6 @@ void RegisterBzip2Chain(Sample& sample);
 void RegisterReduction();
 void RegisterBzip2Stages(Sample& sample);
 void RegisterBzip2Huffman(Sample& sample);
+void RegisterHuffman(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);
