@@ -103,6 +103,7 @@ void RegisterBzip2Stages(Sample& sample);
 void RegisterBzip2Huffman(Sample& sample);
 void RegisterGit(Sample& sample);
 void RegisterVlc();
+void RegisterHuffman(Sample& sample);
 void RegisterInflate(Sample& sample);
 void InflateByBlocks(const Input& in, Output& out);  // a part of these
 void RegisterDeflate(Sample& sample);

@@ -21,7 +21,7 @@ TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "stages":
           "bzip2-huffman": "bzip2 Huffman stage",
           "vlc": "Variable-length codes, by the block",
           "bzip2": "bzip2, the whole chain in one thread", "reduction": "Dictionary reduction",
-          "git": "Interval coding",
+          "git": "Interval coding", "huffman": "Byte Huffman coder",
           "inflate": "Deflate decoding", "deflate": "Deflate encoding",
           "lzss": "LZSS"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
@@ -29,6 +29,7 @@ STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32b
           "zero-run-encode": "zero runs, encoding", "zero-run-decode": "zero runs, decoding",
           "run-length-encode": "bzip2 run lengths, encoding", "run-length-decode": "bzip2 run lengths, decoding",
           "pairs-encode": "plain run lengths, encoding", "pairs-decode": "plain run lengths, decoding",
+          "bytes-encode": "encoding", "bytes-decode": "decoding",
           "init": "making of codes", "count": "counting of bits",
           "encode": "writing of symbols", "decode": "reading of a block",
           "compress": "compressing", "decompress": "decompressing",
@@ -36,7 +37,7 @@ STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32b
           "encode-1MiB": "encoding, blocks of 1 MiB", "decode-1MiB": "decoding, blocks of 1 MiB",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
 # Families whose cases are files; elsewhere they are sizes.
-OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "git", "inflate", "deflate", "lzss")
+OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "git", "huffman", "inflate", "deflate", "lzss")
 ALL_FILES = "all files"
 REAL_TIME = "/real_time"  # ends the names of benchmarks with threads, whose speed the clock on the wall tells
 

@@ -239,7 +239,7 @@ ZELDC_API zelStatus zelsDecodeHuffOne_8u(const uint8_t* pSrc, int32_t srcOffsetB
  *
  * pSrc     [in]      srcLen bytes: those that follow what the calls before read
  * srcLen             bytes, at least 1
- * pDst     [out]     *pDstLen bytes, of which only the written ones change, but for up to 3 bytes behind them
+ * pDst     [out]     *pDstLen bytes, of which only the written ones change
  * pDstLen  [in,out]  bytes: room, at least 1; on return those written
  * pState   [in,out]  a decoder
  *

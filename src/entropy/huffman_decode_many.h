@@ -114,13 +114,14 @@ struct BitPlace {
 
 class HuffLoop {
  public:
-  // Source that a turn of the loop looks at.
+  // A turn looks at less source than this, and leaves enough for at least two codes: so the bytes that stores of more
+  // than one byte have touched too many are overwritten in the end.
   static constexpr ptrdiff_t kSourceMargin = 24;
 
   HuffLoop(BitPlace place, const uint8_t* srcEnd, uint8_t* dst, uint8_t* dstEnd)
       : srcEnd_(srcEnd), dst_(dst), dstEnd_(dstEnd), place_(place) {}
 
-  // Decodes while there is source for a turn, and room for more than one.
+  // Decodes while there is source for a turn, and room for more than what one stores.
   template <typename Codes>
   ZELDC_ALWAYS_INLINE void Run(const HuffDecodeTables& tables, const Codes& codes) {
     constexpr int kLookUps = kUsableBits / Codes::kBits;

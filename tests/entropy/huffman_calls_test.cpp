@@ -21,12 +21,14 @@ class Pair {
   size_t Call(const Bytes& source, size_t room) {
     const GuardedBuffer in(source);
     const GuardedBuffer out(room);
+    std::fill_n(out.data(), room, uint8_t{0xA5});
     int32_t len = static_cast<int32_t>(room);
     EXPECT_EQ(zelsDecodeHuff_8u(in.data(), static_cast<int32_t>(source.size()), out.data(), &len, record_.get()),
               zelOk);
     const Bytes expected = model_.Decode(source, room);
     EXPECT_EQ(static_cast<size_t>(len), expected.size());
     EXPECT_TRUE(Front(out.ToBytes(), static_cast<size_t>(len)) == expected);
+    EXPECT_TRUE(std::all_of(out.data() + len, out.end(), [](uint8_t byte) { return byte == 0xA5; }));
     CheckState();
     return model_.loaded();
   }

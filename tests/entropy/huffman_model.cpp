@@ -151,17 +151,19 @@ Bytes ModelDecoder::Decode(const Bytes& source, size_t room) {
       zeros_ -= run * max_len_;
       continue;
     }
-    std::string look_ahead(static_cast<size_t>(zeros_), '0');
-    look_ahead += held_;
-    look_ahead.resize(max_len_, '0');
-    const uint64_t w = std::stoull(look_ahead, nullptr, 2);
+    const size_t zeros = static_cast<size_t>(zeros_);
+    uint64_t w = 0;
+    for (size_t i = 0; i < max_len_; ++i) {
+      const bool is_held = i >= zeros && i - zeros < held_.size();
+      w = w << 1 | (is_held && held_[i - zeros] == '1' ? 1 : 0);
+    }
     size_t length = min_len_;
     while (w < first_[length] << (max_len_ - length)) ++length;
     if (length > held_.size() + zeros_) break;
     const uint64_t index = (w - (first_[length] << (max_len_ - length))) >> (max_len_ - length);
     out.push_back(symbols_[length][static_cast<size_t>(std::min<uint64_t>(index, symbols_[length].size() - 1))]);
     if (length >= zeros_) {
-      held_.erase(0, length - static_cast<size_t>(zeros_));
+      held_.erase(0, length - zeros);
       zeros_ = 0;
     } else {
       zeros_ -= length;
