@@ -38,6 +38,7 @@ int main(int argc, char** argv) {
   RegisterReduction();
   for (const auto& sample : samples) RegisterBzip2Stages(*sample);
   for (const auto& sample : samples) RegisterBzip2Huffman(*sample);
+  for (const auto& sample : samples) RegisterLzo(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   benchmark::RunSpecifiedBenchmarks();

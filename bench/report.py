@@ -20,6 +20,7 @@ from chart import draw
 TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "stages": "Stages of block sorting",
           "bzip2-huffman": "bzip2 Huffman stage",
           "bzip2": "bzip2, the whole chain in one thread", "reduction": "Dictionary reduction",
+          "lzo": "LZO", "lzo-threads": "LZO by threads",
           "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
           "mtf-forward": "move-to-front", "mtf-inverse": "inverse move-to-front",
@@ -30,7 +31,7 @@ STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32b
           "compress": "compressing", "decompress": "decompressing",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
 # Families whose cases are files; elsewhere they are sizes.
-OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "inflate", "deflate")
+OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "lzo", "lzo-threads", "inflate", "deflate")
 ALL_FILES = "all files"
 REAL_TIME = "/real_time"  # ends the names of benchmarks with threads, whose speed the clock on the wall tells
 
