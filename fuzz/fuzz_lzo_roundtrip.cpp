@@ -46,7 +46,8 @@ class Record {
   static size_t Size(zelLZOMethod method, uint32_t max_size) {
     int32_t size = 0;
     Check(zelsEncodeLZOGetSize(method, max_size, &size) == zelOk, "GetSize");
-    return static_cast<size_t>(size);
+    return (static_cast<size_t>(size) + 3) / 4 *
+           4;  // so that a record that ends at a guard page starts at a multiple of 4
   }
   GuardedBuffer memory_;
 };
