@@ -94,6 +94,9 @@ struct Task {
 // it is called once, outside the timing, when the benchmark is first run.
 void Register(const std::string& name, size_t bytes, std::function<Task()> make);
 
+// How many threads the library uses from now on.
+void SetThreads(int32_t count);
+
 // The families.
 void RegisterChecksums(bool ladder);
 void RegisterBwt(Sample& sample);
@@ -106,5 +109,6 @@ void RegisterVlc();
 void RegisterHuffman(Sample& sample);
 void RegisterInflate(Sample& sample);
 void InflateByBlocks(const Input& in, Output& out);  // a part of these
+void RegisterLzo(Sample& sample);
 void RegisterDeflate(Sample& sample);
 void RegisterLzss(Sample& sample);

@@ -263,6 +263,8 @@ void RegisterReductionOf(const std::string& coder, int32_t thread_count, size_t 
 // In front of zelcore's.
 extern "C" int32_t ownGetNumThreads(void) { return threads; }
 
+void SetThreads(int32_t count) { threads = count; }
+
 void RegisterBzip2Stages(Sample& sample) {
   const auto blocks = std::make_shared<Blocks>(sample);
   const auto name = [&](const char* stage, const char* coder) {

@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
   for (const auto& sample : samples) RegisterGit(*sample);
   RegisterVlc();
   for (const auto& sample : samples) RegisterHuffman(*sample);
+  for (const auto& sample : samples) RegisterLzo(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   for (const auto& sample : samples) RegisterLzss(*sample);

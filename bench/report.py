@@ -23,7 +23,7 @@ TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "stages":
           "bzip2": "bzip2, the whole chain in one thread", "reduction": "Dictionary reduction",
           "git": "Interval coding", "huffman": "Byte Huffman coder",
           "inflate": "Deflate decoding", "deflate": "Deflate encoding",
-          "lzss": "LZSS"}
+          "lzss": "LZSS", "lzo": "LZO", "lzo-threads": "LZO by threads"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
           "mtf-forward": "move-to-front", "mtf-inverse": "inverse move-to-front",
           "zero-run-encode": "zero runs, encoding", "zero-run-decode": "zero runs, decoding",
@@ -37,7 +37,8 @@ STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32b
           "encode-1MiB": "encoding, blocks of 1 MiB", "decode-1MiB": "decoding, blocks of 1 MiB",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
 # Families whose cases are files; elsewhere they are sizes.
-OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "git", "huffman", "inflate", "deflate", "lzss")
+OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "git", "huffman", "inflate", "deflate", "lzss", "lzo",
+            "lzo-threads")
 ALL_FILES = "all files"
 REAL_TIME = "/real_time"  # ends the names of benchmarks with threads, whose speed the clock on the wall tells
 

@@ -213,7 +213,29 @@ def inputs():
         yield "fuzz_git_decode", f"container-{i}", bytes([i]) + (700).to_bytes(2, "little") + container
 
 
-for target, name, content in inputs():
+# LZO streams, token by token: what decoders meet seldom in bytes at random.
+def lzo_streams():
+    end = bytes([0x11, 0, 0])
+    text = dict(texts())["text"]
+    yield "literal", 0, 1, bytes([0x12, 0x41]) + end
+    yield "run", 0, 300, bytes([0, 232]) + text[:250] + end
+    yield "near", 0, 64, bytes([0x15]) + b"abcd" + bytes([0xEE, 0]) + b"xy" + end
+    yield "middle", 0, 900, bytes([0x25]) + text[:20] + bytes([0x20, 0, 0, 9, 4, 0, 0x23, 0x4D, 0, 0x78]) + end
+    yield "far", 0, 20000, bytes([0x12, 0x41, 0x20]) + bytes(65) + bytes([40, 0, 0, 0x13, 4, 0]) + end
+    yield "twice", 0, 30, (bytes([0x16]) + text[:5] + bytes([0x60, 0, 2]) + text[:5] + bytes([0x40, 0]) + end) * 2
+    chunk = bytes([0x1A]) + text[:9] + bytes([0x80, 0]) + end
+    yield "container", 2, 28, bytes([len(chunk), 0]) + chunk * 2
+    yield "containers", 3, 42, bytes([len(chunk), 0] * 2) + chunk * 3
+
+
+def lzo_inputs():
+    for name, chunks, room, stream in lzo_streams():
+        yield "fuzz_lzo_decode", name, room.to_bytes(2, "little") + bytes([chunks]) + stream
+    for i, (name, data) in enumerate(texts()):
+        yield "fuzz_lzo_roundtrip", name, bytes([30 * i + 30]) + data
+
+
+for target, name, content in [*inputs(), *lzo_inputs()]:
     folder = FOLDER / target
     folder.mkdir(parents=True, exist_ok=True)
     (folder / name).write_bytes(content)

@@ -100,11 +100,11 @@ zelStatus zelsEncodeLZOInit_8u(zelLZOMethod method, uint32_t maxSrcLen, zelLZOSt
   pState->method = threads == 1 ? zelLZOMethodSingle : zelLZOMethodParallel;
   pState->threads = static_cast<int32_t>(threads);
   pState->buffer_size = threads == 1 ? 0 : static_cast<uint32_t>(zeldc::LzoBound(maxSrcLen));
-  const size_t buffers = offsetof(zelLZOState, first) + threads * sizeof(zeldc::LzoDictionary);
+  const uint64_t buffers = offsetof(zelLZOState, first) + threads * sizeof(zeldc::LzoDictionary);
   for (uint32_t i = 0; i < threads; ++i) {
     zeldc::LzoDictionary* const dictionary = zeldc::Dictionaries(pState) + i;
     zeldc::LzoInitDictionary(dictionary);
-    dictionary->buffer = static_cast<uint32_t>(buffers + size_t{i} * pState->buffer_size);
+    dictionary->buffer = static_cast<uint32_t>(buffers + uint64_t{i} * pState->buffer_size);
   }
   return zelOk;
 }

@@ -12,10 +12,11 @@ void Expect(zelStatus status, const char* what) {
   if (status != zelOk) throw std::runtime_error(std::string(what) + " answers " + std::to_string(status));
 }
 
+// A record may stand at multiples of 4 only, so it takes up to 3 bytes more to end at a guard page.
 size_t RecordSize(zelLZOMethod method, uint32_t max_src_len) {
   int32_t size = -1;
   Expect(zelsEncodeLZOGetSize(method, max_src_len, &size), "zelsEncodeLZOGetSize");
-  return static_cast<size_t>(size);
+  return (static_cast<size_t>(size) + 3) / 4 * 4;
 }
 
 }  // namespace

@@ -203,7 +203,7 @@ TEST(LzoEncode, WorstCaseFitsItsRoom) {
 // Old content of the record must not show: not of its memory, not of earlier calls.
 TEST(LzoEncode, EarlierCallsDoNotShow) {
   const LzoRecord used(zelLZOMethodSingle, 0, Guard::kBehind, 0x01);
-  for (uint64_t seed = 0; seed < 60; ++seed) {
+  for (size_t seed = 0; seed < 60; ++seed) {
     const Bytes in = seed % 3 == 0 ? Text(3000 + 700 * seed, seed / 4) : Mixed(100 + 50 * seed, seed / 4);
     const Bytes first = LzoEncode(in, used);
     EXPECT_EQ(LzoEncode(in, used), first);
