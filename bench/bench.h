@@ -103,3 +103,4 @@ void RegisterBzip2Stages(Sample& sample);
 void RegisterBzip2Huffman(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);
+void RegisterDeflateHelpers(Sample& sample);
