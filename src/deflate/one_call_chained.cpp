@@ -25,10 +25,10 @@ namespace zeldc {
 
 namespace {
 
-constexpr uint32_t kMaxDistanceOf3 = 4096;  // further back, a match of three bytes costs more than its literals
 constexpr uint32_t kSlotMask = kWindowSize - 1;
-constexpr uint32_t kSweepInterval = 32000;
-constexpr uint16_t kFarLink = 0xFFFF;
+// Between two sweeps, at the start of batches, an entry that looks a window old must not come to look new.
+constexpr uint32_t kSweepInterval = 31000;
+static_assert(kWindowSize + kSweepInterval + PositionBatch::kSize + kMaxMatch < 0x10000);
 
 // Enters n positions into the caller's tables, and keeps what the chain held.
 void EnterInCallersTables(OneCall* c, ChainedBatch* b, const uint8_t* p, uint32_t position, ptrdiff_t n) {

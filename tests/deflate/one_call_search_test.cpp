@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "deflate/hash_salt.h"
 #include "deflate/one_call_stream.h"
