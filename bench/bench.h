@@ -112,3 +112,4 @@ void InflateByBlocks(const Input& in, Output& out);  // a part of these
 void RegisterLzo(Sample& sample);
 void RegisterDeflate(Sample& sample);
 void RegisterLzss(Sample& sample);
+void RegisterDeflateHelpers(Sample& sample);

@@ -1,12 +1,12 @@
 // Deflate encoding: match search, choice of the block type and block writing, together and apart. The peers run at all
 // their levels, since only a level that compresses as well is a fair peer.
 
+#include "deflate.h"
+
 #include <libdeflate.h>
 #include <zlib.h>
 
 #include <memory>
-
-#include "bench.h"
 
 namespace {
 
@@ -142,36 +142,6 @@ void WriteBlocks(zelLZ77State* state, const Parse& parse, Output& out) {
   out.Drain();
 }
 
-// Room for what any of the encoders makes of incompressible data.
-size_t Bound(size_t size) { return size + size / 64 + 4096; }
-
-void CheckDeflated(const std::string& name, const Bytes& deflated, const Bytes& data) {
-  Bytes decoded(data.size());
-  libdeflate_decompressor* decompressor = libdeflate_alloc_decompressor();
-  const libdeflate_result result = libdeflate_deflate_decompress(decompressor, deflated.data(), deflated.size(),
-                                                                 decoded.data(), decoded.size(), nullptr);
-  libdeflate_free_decompressor(decompressor);
-  if (result != LIBDEFLATE_SUCCESS || decoded != data) Fail(name + " is wrong");
-}
-
-// The encoder is called once with a copy of its output, which must decode to the file, and then for the time.
-template <typename Encode>
-void RegisterEncoder(Sample& sample, Buffers buffers, const std::string& coder, Encode encode) {
-  const std::string name = std::string("deflate/") + StageName(buffers) + "/" + coder + "/" + sample.name();
-  Register(name, sample.data().size(), [=, &sample]() -> Task {
-    const Bytes& data = sample.data();
-    Bytes deflated;
-    Output out(buffers, Bound(data.size()), &deflated);
-    encode(Input(data, buffers), out);
-    CheckDeflated(name, deflated, data);
-    const auto run = [=, &data] {
-      Output timed(buffers, Bound(data.size()));
-      encode(Input(data, buffers), timed);
-    };
-    return {run, deflated.size()};
-  });
-}
-
 void RegisterLevel(Sample& sample, const std::string& coder, zelLZ77Level level) {
   const std::shared_ptr<zelLZ77State> state = MakeEncoder(level);
   for (Buffers buffers : {Buffers::kWhole, Buffers::k64KiB}) {
@@ -188,11 +158,11 @@ void RegisterLevel(Sample& sample, const std::string& coder, zelLZ77Level level)
   Register(blocks, sample.data().size(), [=, &sample]() -> Task {
     const auto parse = std::make_shared<Parse>(MakeParse(state.get(), sample.data()));
     Bytes deflated;
-    Output out(Buffers::kWhole, Bound(sample.data().size()), &deflated);
+    Output out(Buffers::kWhole, DeflateBound(sample.data().size()), &deflated);
     WriteBlocks(state.get(), *parse, out);
     CheckDeflated(blocks, deflated, sample.data());
     return {[=, size = sample.data().size()] {
-      Output timed(Buffers::kWhole, Bound(size));
+      Output timed(Buffers::kWhole, DeflateBound(size));
       WriteBlocks(state.get(), *parse, timed);
     }};
   });
@@ -228,6 +198,32 @@ void RegisterLibdeflate(Sample& sample, int level) {
 }
 
 }  // namespace
+
+void CheckDeflated(const std::string& name, const Bytes& deflated, const Bytes& data) {
+  Bytes decoded(data.size());
+  libdeflate_decompressor* decompressor = libdeflate_alloc_decompressor();
+  const libdeflate_result result = libdeflate_deflate_decompress(decompressor, deflated.data(), deflated.size(),
+                                                                 decoded.data(), decoded.size(), nullptr);
+  libdeflate_free_decompressor(decompressor);
+  if (result != LIBDEFLATE_SUCCESS || decoded != data) Fail(name + " is wrong");
+}
+
+void RegisterEncoder(Sample& sample, Buffers buffers, const std::string& coder,
+                     std::function<void(Input in, Output& out)> encode) {
+  const std::string name = std::string("deflate/") + StageName(buffers) + "/" + coder + "/" + sample.name();
+  Register(name, sample.data().size(), [=, &sample]() -> Task {
+    const Bytes& data = sample.data();
+    Bytes deflated;
+    Output out(buffers, DeflateBound(data.size()), &deflated);
+    encode(Input(data, buffers), out);
+    CheckDeflated(name, deflated, data);
+    const auto run = [=, &data] {
+      Output timed(buffers, DeflateBound(data.size()));
+      encode(Input(data, buffers), timed);
+    };
+    return {run, deflated.size()};
+  });
+}
 
 void RegisterDeflate(Sample& sample) {
   RegisterLevel(sample, "zeldc-fast", zelLZ77LevelFast);

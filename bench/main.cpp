@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   for (const auto& sample : samples) RegisterLzss(*sample);
+  for (const auto& sample : samples) RegisterDeflateHelpers(*sample);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
 }

@@ -90,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   // Small pieces cost time: the smaller they are, the less data.
   const size_t piece = std::min({options.input_piece, options.room, options.block_items, size_t{1000}});
   Bytes data = ReadData(input);
-  if (data.size() > 100 * piece) data.resize(100 * piece);
+  if (data.size() > 40 * piece) data.resize(40 * piece);
   CheckStream(data, options);
   return 0;
 }

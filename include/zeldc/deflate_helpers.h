@@ -91,11 +91,11 @@ ZELDC_API zelStatus zelsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t di
  * Each position consumed, except the last two of the input, is entered into the tables: at levels of 4 and more
  * chain[p mod winSize] = head[h], head[h] = p with a hash of three bytes from fixed tables; below 4 only head[h] = p,
  * with the rolling hash h = ((h << 5) ^ byte) & (hashSize - 1), begun anew with each call. Table entries below 0, at or
- * past the position looked at, or winSize or more before it stand for none; whatever others the tables hold, the matches
- * found are true.
+ * past the position looked at, or winSize or more before it stand for none; whatever others the tables hold, the
+ * matches found are true.
  *
- * Few large calls are faster than many small ones: at levels of 4 and more each makes tables of its own, which take some
- * 300 KiB of stack and, with a full window, the time of some thousand bytes.
+ * Few large calls are faster than many small ones: at levels of 4 and more each makes tables of its own, which take
+ * some 300 KiB of stack and, with a full window, the time of some thousand bytes.
  *
  * ppSrc         [in,out] input; moved behind the bytes consumed
  * pSrcLen       [in,out] bytes left; below 1 nothing happens

@@ -26,9 +26,10 @@ namespace zeldc {
 
 namespace {
 
-constexpr uint32_t kMaxDistanceOf3 = 4096;  // further back, a match of three bytes costs more than its literals
 constexpr uint32_t kSlotMask = kWindowSize - 1;
-constexpr uint16_t kFarLink = 0xFFFF;
+// Between two sweeps, at the start of batches, an entry that looks a window old must not come to look new.
+constexpr uint32_t kSweepEvery = 31000;
+static_assert(kWindowSize + kSweepEvery + PositionBatch::kSize + kMaxMatch < 0x10000);
 
 // Enters n positions into the caller's tables, and keeps what the chain held.
 void EnterInCallersTables(OneCall* c, ChainedBatch* b, const uint8_t* p, uint32_t position, ptrdiff_t n) {
@@ -120,7 +121,7 @@ void EnterInSideTables(SideTables* t, ChainedBatch* b, const uint8_t* p, uint32_
                        ptrdiff_t readable) {
   if (static_cast<int32_t>(t->nextSweep - pos) <= 0) {
     SweepTable(t->head, pos);
-    t->nextSweep = pos + kSweepInterval;
+    t->nextSweep = pos + kSweepEvery;
   }
   if (n > readable - 3) n = readable - 3;
   if (n <= 0) return;
@@ -288,7 +289,7 @@ void StartSideTables(const OneCall* c, SideTables* t, const uint8_t* base, ptrdi
   const uint16_t dead = static_cast<uint16_t>(first - kWindowSize);
   for (uint16_t& entry : t->head) entry = dead;
   memset(t->link + kWindowSize, 0, sizeof(t->link) - kWindowSize * sizeof(t->link[0]));
-  t->nextSweep = first + kSweepInterval;
+  t->nextSweep = first + kSweepEvery;
   t->end = first;
   if (history == 0) return;
   MarkLivePositions(c, t);

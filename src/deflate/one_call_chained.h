@@ -6,6 +6,8 @@
 
 namespace zeldc {
 
+inline constexpr uint32_t kMaxDistanceOf3 = 4096;  // further back, a match of three bytes costs more than its literals
+
 // How hard a level searches.
 struct Effort {
   uint32_t candidates;      // steps of a walk

@@ -18,7 +18,6 @@ void Enter(const OneCall* c, const uint8_t* base, ptrdiff_t i) {
 
 // The longest match at byte i, which is entered, that is longer than `known`; of length 2 if there is none.
 Match LongestMatch(const OneCall* c, const uint8_t* base, ptrdiff_t i, uint32_t known, uint32_t candidates) {
-  constexpr uint32_t kMaxDistanceOf3 = 4096;
   const uint8_t* const p = base + i;
   const uint32_t position = c->x.posBase + static_cast<uint32_t>(i);
   const uint32_t farthest = FarthestDistance(c->t, position);

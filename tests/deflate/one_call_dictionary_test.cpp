@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "deflate/hash_salt.h"
 #include "deflate/one_call_stream.h"
 #include "gtest/gtest.h"
+#include "shared/hash_salt.h"
 #include "support/data.h"
 
 namespace {

@@ -3,10 +3,11 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
-#include "deflate/hash_salt.h"
 #include "deflate/one_call_stream.h"
 #include "gtest/gtest.h"
+#include "shared/hash_salt.h"
 #include "support/data.h"
 
 namespace {

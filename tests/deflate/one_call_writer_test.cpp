@@ -60,8 +60,8 @@ Items RandomItems(size_t size, uint64_t seed) {
   Items items;
   for (size_t k = 0; k < size; ++k) {
     items.lit.push_back(static_cast<uint8_t>(random() >> (random() % 8)));
-    const size_t bits = random() % 3 == 0 ? 0 : 1 + random() % 15;
-    items.dist.push_back(static_cast<uint16_t>(bits == 0 ? 0 : 1 + random() % (size_t{1} << bits)));
+    const size_t bits = Uniform(random, 0, 2) == 0 ? 0 : Uniform(random, 1, 15);
+    items.dist.push_back(static_cast<uint16_t>(bits == 0 ? 0 : Uniform(random, 1, size_t{1} << bits)));
   }
   return items;
 }
