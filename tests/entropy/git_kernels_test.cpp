@@ -117,7 +117,7 @@ TEST(GitKernels, SnapshotsWrapBelowZeroWhenTheOriginMoves) {
     if (row.since_origin + 1000 > 65535) GitMoveOrigin(&row);
     GitTakeBytes<GitMove::kNone, GitSums>(&row, block.data(), 1000, {intervals.data(), streams.data()});
   }
-  EXPECT_GT(row.snapshots['b'], 0x80000000u);
+  EXPECT_GT(row.snapshots[uint8_t{'b'}], 0x80000000u);
   const uint8_t b = 'b';
   GitTakeBytes<GitMove::kNone, GitSums>(&row, &b, 1, {intervals.data(), streams.data()});
   EXPECT_EQ(intervals[0], 70000u);
