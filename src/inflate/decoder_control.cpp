@@ -16,7 +16,7 @@ void StartStream(DecoderState* s) {
   s->deflateStatus = zelLZ77StatusInit;
   s->bitBuffer.Set(0);
   s->bitCount = 0;
-  s->historyFill = 0;
+  SetHistoryFill(s, 0);
   s->decodeStage = kStageHeader;
   s->storedRemaining = 0;
   s->finalBlock = 0;
@@ -72,7 +72,7 @@ zelStatus zelsDecodeLZ77SetDictionary_8u(const uint8_t* pDict, int32_t dictLen, 
   const int32_t used = dictLen < kWindowSize ? dictLen : kWindowSize;
   if (used < kWindowSize) ownsZero_8u(s->window, kWindowSize - used);
   ownsCopy_8u(pDict + (dictLen - used), s->window + (kWindowSize - used), used);
-  s->historyFill = kWindowSize;
+  SetHistoryFill(s, kWindowSize);
   return zelOk;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "inflate/decode_tables.h"
+#include "inflate/match_copy.h"
 #include "shared/deflate_format.h"
 #include "shared/lz77_state.h"
 #include "zeldc/inflate.h"
@@ -30,7 +31,7 @@ enum DecodeStage : int32_t {
 struct DecoderState : zelLZ77State {
   zelLZ77Pair ownPairs[kDecoderPairs];
 
-  uint8_t window[2 * kWindowSize];
+  uint8_t window[2 * kWindowSize + kCopySlack];  // history, and what wide copies may read behind it
 
   Wide bitBuffer;           // input bits taken but not consumed, the next one lowest; zero above bitCount
   int32_t bitCount;         // 0..56

@@ -23,6 +23,11 @@ void CopyMatchThroughHistory(const uint8_t* historyEnd, const uint8_t* outStart,
   if (len > 0) CopyMatchExact(out, distance, len);
 }
 
+void SetHistoryFill(DecoderState* s, int32_t fill) {
+  s->historyFill = fill;
+  memset(s->window + fill, 0, kCopySlack);
+}
+
 void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len) {
   constexpr size_t kSize = kWindowSize;
   size_t fill = static_cast<size_t>(s->historyFill);
@@ -36,7 +41,7 @@ void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len) {
     fill = kept;
   }
   memcpy(s->window + fill, bytes, len);
-  s->historyFill = static_cast<int32_t>(fill + len);
+  SetHistoryFill(s, static_cast<int32_t>(fill + len));
 }
 
 }  // namespace zeldc

@@ -18,6 +18,9 @@ inline const uint8_t* HistoryEnd(const DecoderState* s) { return s->window + s->
 void CopyMatchThroughHistory(const uint8_t* historyEnd, const uint8_t* outStart, uint8_t* out, size_t distance,
                              size_t len);
 
+// The window holds `fill` bytes now. What wide copies read behind them is cleared, so that no old memory gets about.
+void SetHistoryFill(DecoderState* s, int32_t fill);
+
 // Enters output into the history.
 void AppendToHistory(DecoderState* s, const uint8_t* bytes, size_t len);
 
