@@ -65,16 +65,16 @@ class FastLoop {
  public:
   explicit FastLoop(Tables tables) : tables_(tables) {}
 
-  ZELDC_ALWAYS_INLINE void Decode(BitReader* in, ByteSink* sink) {
+  ZELDC_ALWAYS_INLINE void Decode(BitReader* in, WindowSink* sink) {
     if (in->srcEnd - in->src <= minSource_ || sink->outEnd - sink->out <= minRoom_) return;
     Run(in, sink);
   }
 
  private:
-  ZELDC_NOINLINE void Run(BitReader* in, ByteSink* sink) {
+  ZELDC_NOINLINE void Run(BitReader* in, WindowSink* sink) {
     if (minSource_ == kWorthSource) {
       minSource_ = tables_.Expand(&expanded_) ? kFastSource : PTRDIFF_MAX;
-      minRoom_ = kFastRoom<ByteSink>;
+      minRoom_ = kFastRoom<WindowSink>;
       if (minSource_ == PTRDIFF_MAX) return;
     }
     in->Settle();
@@ -92,8 +92,8 @@ class FastLoop<FixedTables> {
  public:
   explicit FastLoop(FixedTables) {}
 
-  ZELDC_ALWAYS_INLINE void Decode(BitReader* in, ByteSink* sink) {
-    if (in->srcEnd - in->src <= kFastSource || sink->outEnd - sink->out <= kFastRoom<ByteSink>) return;
+  ZELDC_ALWAYS_INLINE void Decode(BitReader* in, WindowSink* sink) {
+    if (in->srcEnd - in->src <= kFastSource || sink->outEnd - sink->out <= kFastRoom<WindowSink>) return;
     in->Settle();
     if (in->count < 8) DecodeFastBytes(View(kFixedTables), in, sink);
   }
@@ -102,7 +102,7 @@ class FastLoop<FixedTables> {
 // Decodes until the block ends (piece 0) or the next piece lacks its input or room. An error leaves everything as it
 // stands at the piece in question.
 template <typename Tables>
-zelStatus DecodeBody(Tables tables, BitReader* in, ByteSink* sink, Progress* p) {
+zelStatus DecodeBody(Tables tables, BitReader* in, WindowSink* sink, Progress* p) {
   FastLoop<Tables> fastLoop(tables);
   for (;;) {
     if (p->piece == kNextSymbol) fastLoop.Decode(in, sink);
@@ -197,7 +197,7 @@ extern "C" zelStatus zelsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, ui
   const uint32_t history = windowFill < kFarthest ? windowFill : kFarthest;
   const uint32_t outputBefore = dstPos < kFarthest ? dstPos : kFarthest;
   BitReader in(*pBitBuffer & BitReader::Mask(*pBitCount), static_cast<int32_t>(*pBitCount), *ppSrc, *pSrcLen);
-  ByteSink sink{*ppDst, *ppDst - outputBefore, *ppDst + *pDstLen, nullptr, 0};
+  WindowSink sink{*ppDst, *ppDst - outputBefore, *ppDst + *pDstLen, nullptr, 0};
   if (history > 0 && s->window) {
     sink.historyEnd = s->window + windowFill;
     sink.historySize = history;

@@ -19,10 +19,12 @@
 
 namespace zeldc {
 
-// Where decoded bytes go and where matches come from.
-struct ByteSink {
+// Where decoded bytes go and where matches come from. historySlack bytes behind the history can be read, too.
+template <int historySlack>
+struct ByteSinkOf {
   using Unit = uint8_t;
   static constexpr bool kPairs = false;
+  static constexpr int kHistorySlack = historySlack;
 
   uint8_t* out;
   uint8_t* outStart;  // matches may copy from here on
@@ -33,6 +35,9 @@ struct ByteSink {
   // Bytes that a match may reach back.
   size_t Reach() const { return static_cast<size_t>(out - outStart) + historySize; }
 };
+
+using ByteSink = ByteSinkOf<kCopySlack>;
+using WindowSink = ByteSinkOf<0>;
 
 struct PairSink {
   using Unit = zelLZ77Pair;
@@ -222,11 +227,12 @@ ZELDC_NOINLINE void DecodeFast(const SymbolTables& tables, BitReader* in, Sink* 
         break;
       }
       e = lookUpAndRefill(litLen, litLenMask);
-      // Selected without a branch, which would be a coin toss: one wide copy serves a match that ends in the history
-      // with kCopySlack bytes to spare, and one that starts at least 16 bytes back in the output.
+      // Selected without a branch, which would be a coin toss: one wide copy serves a match that lies wholly in the
+      // history, and one that starts at least 16 bytes back in the output.
       const ptrdiff_t inHistory = start >> (8 * sizeof(start) - 1);  // all ones, or 0
       const ptrdiff_t near = (out - outStart) - 16;
-      const ptrdiff_t wideStart = near ^ (inHistory & (near ^ -static_cast<ptrdiff_t>(length + kCopySlack)));
+      constexpr size_t kOverread = kCopySlack - Sink::kHistorySlack;
+      const ptrdiff_t wideStart = near ^ (inHistory & (near ^ -static_cast<ptrdiff_t>(length + kOverread)));
       if (ZELDC_LIKELY(start <= wideStart)) {
         const uintptr_t origin = outAddress ^ (static_cast<uintptr_t>(inHistory) & historyAddress);
         CopyWide(out, reinterpret_cast<const uint8_t*>(origin + static_cast<uintptr_t>(start)), length);
@@ -257,7 +263,8 @@ ZELDC_NOINLINE void DecodeFast(const SymbolTables& tables, BitReader* in, Sink* 
 }
 
 // Bytes as fast as can be, as long as there is plenty of input and room.
-inline void DecodeFastBytes(const SymbolTables& tables, BitReader* in, ByteSink* sink) {
+template <typename Sink>
+inline void DecodeFastBytes(const SymbolTables& tables, BitReader* in, Sink* sink) {
   // Distances reach before outStart until that is a window back.
   if (sink->out - sink->outStart < kWindowSize) DecodeFast<true>(tables, in, sink);
   if (sink->out - sink->outStart >= kWindowSize) DecodeFast<false>(tables, in, sink);

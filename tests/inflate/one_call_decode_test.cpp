@@ -30,7 +30,7 @@ TEST(OneCallDecode, StreamsOfZlibInAllSplits) {
 TEST(OneCallDecode, RandomStreamsInAllSplits) {
   for (uint64_t seed = 0; seed < 60; ++seed) {
     SCOPED_TRACE(seed);
-    const Bytes dictionary = seed % 3 ? Bytes() : RandomBytes(1 + seed * 700, seed);
+    const Bytes dictionary = seed % 3 ? Bytes() : RandomBytes(static_cast<size_t>(1 + seed * 700), seed);
     const StreamBuilder s = RandomStream(seed, 4, 60, dictionary);
     for (OneCallOptions options : OneCallSplits(seed)) {
       options.dictionary = dictionary;

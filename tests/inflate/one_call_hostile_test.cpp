@@ -146,13 +146,13 @@ TEST(OneCallHostile, DamagedStreams) {
   for (int i = 0; i < 300; ++i) {
     Bytes stream = i % 2 ? DeflateWithZlib(Mixed(3000, random())) : RandomStream(random(), 4, 60).stream();
     for (size_t n = Uniform(random, 1, 3); n > 0; --n) {
-      uint8_t& byte = stream[random() % stream.size()];
+      uint8_t& byte = stream[Uniform(random, 0, stream.size() - 1)];
       byte = static_cast<uint8_t>(byte ^ 1u << random() % 8);
     }
     OneCallOptions whole;
     whole.max_output = 100000;
     const OneCallResult undivided = DecodeOneCall(stream, whole);
-    OneCallOptions split = OneCallSplits(random())[random() % 27];
+    OneCallOptions split = OneCallSplits(random())[Uniform(random, 0, 26)];
     split.max_output = whole.max_output;
     const OneCallResult divided = DecodeOneCall(stream, split);
     if (undivided.status == zelWarnDstFull || divided.status == zelWarnDstFull) continue;
