@@ -27,8 +27,10 @@ constexpr int32_t kMaxHash = 65536;
 
 void Add(int32_t* counter, uint32_t n) { *counter = static_cast<int32_t>(static_cast<uint32_t>(*counter) + n); }
 
-void AddCounts(const OneCall* c, int32_t* litFreq, int32_t* distFreq) {
+void AddCounts(OneCall* c, int32_t* litFreq, int32_t* distFreq) {
   PairStatistics statistics;
+  c->counter.matches =
+      static_cast<uint32_t>(c->made) - c->counter.distances[0][kNoDistance] - c->counter.distances[1][kNoDistance];
   c->counter.Sum(c->made, &statistics);
   for (int i = 0; i < kLitLenSymbols; ++i) {
     if (i != kEndOfBlock) Add(litFreq + i, statistics.litLen[i]);
@@ -86,12 +88,18 @@ void SearchShortCall(OneCall* c, const uint8_t* src, const uint8_t* window, ptrd
 }  // namespace
 
 void OneCall::PutItems() {
+  // In locals, which the stores of bytes leave alone.
+  uint8_t* const bytes = lit;
+  uint16_t* const distances = dist;
+  PairCounter* const counts = &counter;
   const int32_t n = static_cast<int32_t>(x.pair - pairs);
   auto put = [&](int32_t k, int set) ZELDC_LAMBDA_INLINE {
-    const PairPlace at = PlaceOf(pairs[k]);
-    counter.Count(at, set);
-    lit[k] = static_cast<uint8_t>(at.place);
-    dist[k] = pairs[k].distance;
+    const zelLZ77Pair pair = pairs[k];
+    const PairPlace at = PlaceOf(pair);
+    ++counts->places[set][at.place];
+    ++counts->distances[set][at.distance];
+    bytes[k] = static_cast<uint8_t>(at.place);
+    distances[k] = pair.distance;
   };
   int32_t k = 0;
   for (; k + 2 <= n; k += 2) {
