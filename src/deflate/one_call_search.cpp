@@ -88,9 +88,13 @@ void SearchShortCall(OneCall* c, const uint8_t* src, const uint8_t* window, ptrd
 void OneCall::PutItems() {
   const int32_t n = static_cast<int32_t>(x.pair - pairs);
   counter.Count(pairs, n);
+  // In locals, which the stores of bytes leave alone.
+  uint8_t* const bytes = lit;
+  uint16_t* const distances = dist;
   for (int32_t k = 0; k < n; ++k) {
-    lit[k] = static_cast<uint8_t>(PlaceOf(pairs[k]).place);
-    dist[k] = pairs[k].distance;
+    const zelLZ77Pair pair = pairs[k];
+    bytes[k] = static_cast<uint8_t>(PlaceOf(pair).place);
+    distances[k] = pair.distance;
   }
   lit += n;
   dist += n;
