@@ -102,5 +102,6 @@ void RegisterReduction();
 void RegisterBzip2Stages(Sample& sample);
 void RegisterBzip2Huffman(Sample& sample);
 void RegisterVlc();
+void RegisterHuffman(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);

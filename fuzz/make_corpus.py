@@ -79,6 +79,19 @@ def huffman_blocks():
     yield "long", 3, huffman_block([[1, 2, 2]] * 2, [0] * 400, generator.randbytes(300))
 
 
+# Code lengths of bytes, or what makes some: weights as powers of two, packed tables, lengths as they are.
+def huffman_lengths():
+    yield "weights", bytes([1, 1, 2, 3, 4, 5, 6, 7, 8, 8, 8, 9, 10, 12, 14, 16, 18, 20, 22])
+    yield "packed", bytes.fromhex("456789abc00f6012e33244556778899abc7d")
+    yield "plain", bytes([1, 2, 3, 4, 5, 6, 7, 7])
+    yield "flat-weights", bytes([1] * 256)
+    yield "packed-runs", bytes.fromhex("00f6000600060006d888c000d0c0")
+    yield "long", bytes([*range(1, 33), 32])
+    yield "one-weight", bytes([0, 0, 5])
+    yield "packed-noise", bytes(range(3, 250, 13))
+    yield "gaps", bytes([3, 9, 3, 9, 20, 32])
+
+
 # Options of the decoder: pieces of source, room and pairs, seed of the split, dictionary.
 SPLITS = [bytes([0, 0, 0, 0, 0]), bytes([1, 1, 1, 0, 0]), bytes([20, 200, 30, 7, 0]), bytes([3, 5, 2, 0, 3])]
 
@@ -149,6 +162,13 @@ def inputs():
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_zero_run", name, bytes([40 * i, i, 3 * i, 17 * i, 2 * i]) + data
         yield "fuzz_run_length", name, bytes([90 * i % 256, 2 * i, 31 * i, i % 2, 47 * i % 256, i % 3, 30 * i]) + data
+    # Byte Huffman: the lengths' way and number, bytes for them, sizes of pieces and rooms, seed, repeats, a stream.
+    for i, (name, lengths) in enumerate(huffman_lengths()):
+        options = bytes([0, i % 3, len(lengths) - 1]) + lengths
+        yield "fuzz_huffman", name, options + bytes([19 * i, 90 * i % 256, i, 7, 60 * i % 256]) + generator.randbytes(150)
+        yield "fuzz_huffman_lengths", name, bytes([5, i]) + lengths + bytes(260 if i % 2 else 0)
+    for i, (name, data) in enumerate(texts()):
+        yield "fuzz_huffman", f"bytes-{name}", bytes([1, 40 * i, i, 0, 9 * i]) + data
 
 
 for target, name, content in inputs():

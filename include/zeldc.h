@@ -26,6 +26,7 @@
 #include "zeldc/checksum.h"
 #include "zeldc/deflate.h"
 #include "zeldc/dictionary.h"
+#include "zeldc/huffman.h"
 #include "zeldc/inflate.h"
 #include "zeldc/types.h"
 #include "zeldc/vlc.h"

@@ -8,13 +8,13 @@
 #include <string.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "bzip2/group_cost.h"
 #include "bzip2/huffman_encode_state.h"
 #include "core/alloc.h"
 #include "core/target.h"
 #include "shared/code_lengths.h"
+#include "shared/weight_sort.h"
 
 using namespace zeldc;
 
@@ -57,40 +57,8 @@ void SelectTables(Symbols* s, const uint16_t* src, int32_t srcLen, uint8_t* sele
   if (srcLen > 0) SelectForGroup<kFirst>(s, src, srcLen, selectors);
 }
 
-// A weight above its symbol's number, which takes 9 bits: there are at most 2^21 symbols in a block.
+// There are at most 2^21 symbols in a block.
 using WeightedSymbol = uint32_t;
-constexpr WeightedSymbol Weighted(uint32_t weight, int symbol) {
-  return weight << 9 | static_cast<WeightedSymbol>(symbol);
-}
-constexpr uint32_t WeightOf(WeightedSymbol w) { return w >> 9; }
-constexpr uint32_t SymbolOf(WeightedSymbol w) { return w & 511; }
-
-// By ascending weight. Equal weights keep the order of their symbols, except in small alphabets, where they come in the
-// order of a plain selection sort from the end.
-void SortByWeight(WeightedSymbol* symbols, int n) {
-  if (n <= 9) {
-    for (int end = n - 1; end > 0; --end) {
-      int heaviest = 0;
-      for (int i = 1; i <= end; ++i) {
-        if (WeightOf(symbols[i]) > WeightOf(symbols[heaviest])) heaviest = i;
-      }
-      std::swap(symbols[heaviest], symbols[end]);
-    }
-    return;
-  }
-  // By digits of eight bits, the lowest first.
-  WeightedSymbol all = 0;
-  for (int i = 0; i < n; ++i) all |= symbols[i];
-  WeightedSymbol other[kMaxHuffSymbols];
-  for (uint32_t shift = 9; shift < 32 && all >> shift != 0; shift += 8) {
-    uint16_t places[256] = {};
-    for (int i = 0; i < n; ++i) ++places[symbols[i] >> shift & 255];
-    uint16_t place = 0;
-    for (uint16_t& p : places) place = static_cast<uint16_t>(place + std::exchange(p, place));
-    for (int i = 0; i < n; ++i) other[places[symbols[i] >> shift & 255]++] = symbols[i];
-    memcpy(symbols, other, sizeof(*symbols) * static_cast<size_t>(n));
-  }
-}
 
 // Code lengths for a table's counts. Symbols that do not occur count once, so that each has a code.
 void MakeLengths(const uint32_t (*counts)[kMaxHuffSymbols], int n, uint8_t* lengths) {
@@ -101,7 +69,7 @@ void MakeLengths(const uint32_t (*counts)[kMaxHuffSymbols], int n, uint8_t* leng
   WeightedSymbol symbols[kMaxHuffSymbols];
   for (int v = 0; v < n; ++v) {
     const uint32_t count = counts[0][v] + counts[1][v];
-    symbols[v] = Weighted(count ? count : 1, v);
+    symbols[v] = Weighted<WeightedSymbol>(count ? count : 1, v);
   }
   SortByWeight(symbols, n);
   uint32_t weights[kMaxHuffSymbols];

@@ -28,12 +28,12 @@ uint16_t Reverse16(uint32_t v) {
 
 }  // namespace
 
-void CountCodeLengths(const uint32_t* weights, int n, int limit, int (&count)[kMaxCodeLimit + 1]) {
+void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count) {
   // Nodes 0 .. n-1 are the leaves, n .. 2n-2 the inner nodes as they come about.
   uint32_t weight[2 * kMaxCodeSymbols];
   uint16_t parent[2 * kMaxCodeSymbols];
   for (int i = 0; i < n; ++i) weight[i] = weights[i];
-  for (int& c : count) c = 0;
+  std::fill_n(count, limit + 1, 0);
   int leaf = 0;
   int inner = n;
   for (int node = n; node < 2 * n - 1; ++node) {

@@ -11,7 +11,11 @@ inline constexpr int kMaxCodeLimit = 17;
 // The shape of a Huffman code over n weights in ascending order: count[d] is how many symbols have codes of d bits, the
 // rarest the longest, none of more than `limit`. 2 <= n <= kMaxCodeSymbols and n <= 2^limit; the weights add up to less
 // than 2^32. Of equal weights the tree joins symbols before nodes and older nodes before younger ones.
-void CountCodeLengths(const uint32_t* weights, int n, int limit, int (&count)[kMaxCodeLimit + 1]);
+void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count);
+
+// With weights that add up to less than 2^31 this limit cuts nothing: a tree of depth d weighs at least as much as the
+// Fibonacci number d + 2.
+inline constexpr int kDeepestCode = 44;
 
 // The canonical codes' first of each length from 1 to `longest`: count[length] codes follow from there.
 inline void FirstCodes(const uint32_t* count, int longest, uint32_t* first) {
