@@ -103,5 +103,6 @@ void RegisterBzip2Stages(Sample& sample);
 void RegisterBzip2Huffman(Sample& sample);
 void RegisterVlc();
 void RegisterHuffman(Sample& sample);
+void RegisterGit(Sample& sample);
 void RegisterInflate(Sample& sample);
 void RegisterDeflate(Sample& sample);

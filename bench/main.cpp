@@ -40,6 +40,7 @@ int main(int argc, char** argv) {
   for (const auto& sample : samples) RegisterBzip2Huffman(*sample);
   RegisterVlc();
   for (const auto& sample : samples) RegisterHuffman(*sample);
+  for (const auto& sample : samples) RegisterGit(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
   benchmark::RunSpecifiedBenchmarks();

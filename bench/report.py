@@ -21,7 +21,8 @@ TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "stages":
           "bzip2-huffman": "bzip2 Huffman stage",
           "vlc": "Variable-length codes, by the block",
           "bzip2": "bzip2, the whole chain in one thread", "reduction": "Dictionary reduction",
-          "huffman": "Byte Huffman coder", "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
+          "huffman": "Byte Huffman coder", "git": "Interval coding",
+          "inflate": "Deflate decoding", "deflate": "Deflate encoding"}
 STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
           "mtf-forward": "move-to-front", "mtf-inverse": "inverse move-to-front",
           "zero-run-encode": "zero runs, encoding", "zero-run-decode": "zero runs, decoding",
@@ -30,11 +31,12 @@ STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32b
           "init": "making of codes", "count": "counting of bits",
           "encode": "writing of symbols", "decode": "reading of a block",
           "bytes-encode": "encoding", "bytes-decode": "decoding",
-          "init": "making of codes", "encode": "writing of symbols", "decode": "reading of a block",
           "compress": "compressing", "decompress": "decompressing",
+          "encode-64KiB": "encoding, blocks of 64 KiB", "decode-64KiB": "decoding, blocks of 64 KiB",
+          "encode-1MiB": "encoding, blocks of 1 MiB", "decode-1MiB": "decoding, blocks of 1 MiB",
           "whole": "whole buffers", "64KiB": "64 KiB buffers"}
 # Families whose cases are files; elsewhere they are sizes.
-OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "huffman", "inflate", "deflate")
+OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "huffman", "git", "inflate", "deflate")
 ALL_FILES = "all files"
 REAL_TIME = "/real_time"  # ends the names of benchmarks with threads, whose speed the clock on the wall tells
 

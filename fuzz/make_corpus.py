@@ -169,6 +169,14 @@ def inputs():
         yield "fuzz_huffman_lengths", name, bytes([5, i]) + lengths + bytes(260 if i % 2 else 0)
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_huffman", f"bytes-{name}", bytes([1, 40 * i, i, 0, 9 * i]) + data
+    # Strategy and, for whole streams, 128; the limit; or what makes bytes few and runs long.
+    for i, (name, data) in enumerate(texts()):
+        yield "fuzz_git_roundtrip", name, bytes([i, 3 * i, 20 * (i % 3)]) + data
+        yield "fuzz_git_decode", f"streams-{name}", bytes([128 + i]) + (500 * i).to_bytes(2, "little") + data
+    for i in range(6):
+        pieces = [(255 - s).to_bytes(2, "big") * (1 + i % 3) for s in range(255)] + [bytes([0, 32 * i])]
+        container = b"".join(len(piece).to_bytes(4, "big") + piece for piece in pieces)
+        yield "fuzz_git_decode", f"container-{i}", bytes([i]) + (700).to_bytes(2, "little") + container
 
 
 for target, name, content in inputs():

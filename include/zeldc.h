@@ -27,6 +27,7 @@
 #include "zeldc/deflate.h"
 #include "zeldc/dictionary.h"
 #include "zeldc/huffman.h"
+#include "zeldc/git.h"
 #include "zeldc/inflate.h"
 #include "zeldc/types.h"
 #include "zeldc/vlc.h"
