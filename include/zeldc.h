@@ -30,9 +30,9 @@
 #include "zeldc/git.h"
 #include "zeldc/huffman.h"
 #include "zeldc/inflate.h"
-#include "zeldc/lzss.h"
-#include "zeldc/lzo.h"
 #include "zeldc/inflate_block.h"
+#include "zeldc/lzo.h"
+#include "zeldc/lzss.h"
 #include "zeldc/types.h"
 #include "zeldc/vlc.h"
 
