@@ -1,7 +1,7 @@
 // Usage: bench_zeldc [--benchmark_...] [--ladder] [--] [FILE...]
 //
-// Measures the checksums, dictionary reduction and variable-length codes, and with files the stages of block sorting, the decoders and the
-// encoders on each of them, beside zlib, libdeflate and plain loops.
+// Measures the checksums, dictionary reduction and variable-length codes, and with files the stages of block sorting and
+// all coders on each of them, beside zlib, libdeflate, libbz2, liblzo2 and plain loops.
 
 #include <memory>
 #include <string>
@@ -38,13 +38,13 @@ int main(int argc, char** argv) {
   RegisterReduction();
   for (const auto& sample : samples) RegisterBzip2Stages(*sample);
   for (const auto& sample : samples) RegisterBzip2Huffman(*sample);
+  for (const auto& sample : samples) RegisterHuffman(*sample);
   for (const auto& sample : samples) RegisterGit(*sample);
   RegisterVlc();
-  for (const auto& sample : samples) RegisterHuffman(*sample);
+  for (const auto& sample : samples) RegisterLzss(*sample);
   for (const auto& sample : samples) RegisterLzo(*sample);
   for (const auto& sample : samples) RegisterInflate(*sample);
   for (const auto& sample : samples) RegisterDeflate(*sample);
-  for (const auto& sample : samples) RegisterLzss(*sample);
   for (const auto& sample : samples) RegisterDeflateHelpers(*sample);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
