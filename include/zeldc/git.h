@@ -76,12 +76,12 @@ ZELDC_API zelStatus zelsEncodeGITInit_8u(int32_t maxSrcLen, int32_t maxDstLen, z
  *
  * maxSrcLen        bytes that a block may have, at least 1
  * maxDstLen        bytes that a container may have, at least 1
- * ppState  [out]   the record, null without memory; left alone with wrong lengths. It must not be null, which is not
- *                  looked for.
+ * ppState  [out]   the record, null without memory; left alone with wrong lengths
  *
  * zelOk           done
  * zelWarnDstFull  done, with the limits raised to 4096 and 8192: there is a record
  * zelErrSize      maxSrcLen or maxDstLen is below 1, or the size is beyond 31 bits
+ * zelErrNullPtr   ppState is null, found after zelErrSize
  * zelErrNoMem     there is no memory
  */
 ZELDC_API zelStatus zelsEncodeGITInitAlloc_8u(int32_t maxSrcLen, int32_t maxDstLen, zelGITEncodeState** ppState);
@@ -92,13 +92,12 @@ ZELDC_API zelStatus zelsEncodeGITInitAlloc_8u(int32_t maxSrcLen, int32_t maxDstL
  * pSrc     [in]      srcLen bytes
  * srcLen             bytes, 0 to the record's maxSrcLen
  * pDst     [out]     room for a container; as many bytes as the record's maxDstLen are always enough
- * pDstLen  [out]     bytes of the container. What it holds before the call does not matter: it is no limit. It must not
- *                    be null, which is not looked for.
+ * pDstLen  [out]     bytes of the container. What it holds before the call does not matter: it is no limit.
  * strategy           see above
  * pState   [in,out]  a record that Init or InitAlloc made
  *
  * zelOk          done
- * zelErrNullPtr  pSrc, pDst or pState is null
+ * zelErrNullPtr  pSrc, pDst, pDstLen or pState is null
  * zelErrSize     srcLen is below 0 or more than maxSrcLen; or the container has more than maxDstLen bytes. Nothing has
  *                been written, *pDstLen included.
  */

@@ -77,7 +77,7 @@ ZELDC_API zelStatus zelsEncodeLZOInit_8u(zelLZOMethod method, uint32_t maxSrcLen
  * at least 256 bytes a thread, and no chunk is longer than Init's maxSrcLen; otherwise a plain stream.
  *
  * pSrc     [in]      srcLen bytes
- * srcLen             bytes; 0 writes nothing, not even an end marker
+ * srcLen             bytes, at most 2^31 - 1; 0 writes nothing, not even an end marker
  * pDst     [out]     room for the worst case: srcLen + srcLen / 16 + 67 bytes, and with the parallel method 4 n + 1
  *                    more for n threads. What lies behind the result may be overwritten within that room. It must not
  *                    overlap the source.
@@ -87,6 +87,7 @@ ZELDC_API zelStatus zelsEncodeLZOInit_8u(zelLZOMethod method, uint32_t maxSrcLen
  * zelOk          done
  * zelErrNullPtr  pState, pSrc, pDst or pDstLen is null (looked at in this order); nothing changed
  * zelErrBadArg   the record holds no method: it was never prepared; nothing changed
+ * zelErrSize     srcLen is above 2^31 - 1; nothing changed
  */
 ZELDC_API zelStatus zelsEncodeLZO_8u(const uint8_t* pSrc, uint32_t srcLen, uint8_t* pDst, uint32_t* pDstLen,
                                      zelLZOState* pState);

@@ -117,6 +117,7 @@ zelStatus zelsEncodeLZO_8u(const uint8_t* pSrc, uint32_t srcLen, uint8_t* pDst, 
     return zelOk;
   }
   if (pState->method != zelLZOMethodSingle && pState->method != zelLZOMethodParallel) return zelErrBadArg;
+  if (srcLen > INT32_MAX) return zelErrSize;
   const int chunks = zeldc::Chunks(srcLen, pState);
   uint32_t size = 0;
   if (chunks > 1) size = zeldc::EncodeContainer(pSrc, srcLen, pDst, pState, chunks);

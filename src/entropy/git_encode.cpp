@@ -141,6 +141,7 @@ zelStatus zelsEncodeGITInitAlloc_8u(int32_t maxSrcLen, int32_t maxDstLen, zelGIT
   int32_t size = 0;
   const zelStatus status = zelsEncodeGITGetSize_8u(maxSrcLen, maxDstLen, &size);
   if (status < zelOk) return status;
+  if (ppState == nullptr) return zelErrNullPtr;
   zelGITEncodeState* const state = static_cast<zelGITEncodeState*>(zelAllocState(size));
   if (state == nullptr) {
     *ppState = nullptr;
@@ -153,7 +154,7 @@ zelStatus zelsEncodeGITInitAlloc_8u(int32_t maxSrcLen, int32_t maxDstLen, zelGIT
 
 zelStatus zelsEncodeGIT_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen, int32_t strategy,
                            zelGITEncodeState* pState) {
-  if (pSrc == nullptr || pDst == nullptr || pState == nullptr) return zelErrNullPtr;
+  if (pSrc == nullptr || pDst == nullptr || pDstLen == nullptr || pState == nullptr) return zelErrNullPtr;
   if (srcLen < 0 || srcLen > pState->maxSrcLen) return zelErrSize;
   zeldc::Work* const work = zeldc::WorkOf(pState);
   const zeldc::GitBuffers buffers = zeldc::BuffersOf(pState);

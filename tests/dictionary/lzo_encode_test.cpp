@@ -74,6 +74,7 @@ TEST(LzoEncode, ErrorsInTheirOrderChangeNothing) {
   EXPECT_EQ(zelsEncodeLZO_8u(nullptr, 0, dst.data(), &size, record.get()), zelErrNullPtr);
   EXPECT_EQ(zelsEncodeLZO_8u(src.data(), 0, nullptr, &size, record.get()), zelErrNullPtr);
   EXPECT_EQ(zelsEncodeLZO_8u(src.data(), 0, dst.data(), nullptr, record.get()), zelErrNullPtr);
+  EXPECT_EQ(zelsEncodeLZO_8u(src.data(), 0x80000000u, dst.data(), &size, record.get()), zelErrSize);
   for (int32_t bad : {-1, 2, INT32_MIN, INT32_MAX}) {
     const GuardedBuffer memory(65560);
     std::memcpy(memory.data(), &bad, sizeof bad);

@@ -89,7 +89,10 @@ TEST(GitEncode, ChecksPointersThenTheLength) {
   int32_t size = 77;
   EXPECT_EQ(zelsEncodeGIT_8u(nullptr, 5001, room.data(), &size, 1, encoder.state()), zelErrNullPtr);
   EXPECT_EQ(zelsEncodeGIT_8u(&byte, 5001, nullptr, &size, 1, encoder.state()), zelErrNullPtr);
+  EXPECT_EQ(zelsEncodeGIT_8u(&byte, 5001, room.data(), nullptr, 1, encoder.state()), zelErrNullPtr);
   EXPECT_EQ(zelsEncodeGIT_8u(&byte, 5001, room.data(), &size, 1, nullptr), zelErrNullPtr);
+  EXPECT_EQ(zelsEncodeGITInitAlloc_8u(0, 1, nullptr), zelErrSize);
+  EXPECT_EQ(zelsEncodeGITInitAlloc_8u(1, 1, nullptr), zelErrNullPtr);
   EXPECT_EQ(zelsEncodeGIT_8u(&byte, 5001, room.data(), &size, 1, encoder.state()), zelErrSize);
   EXPECT_EQ(zelsEncodeGIT_8u(&byte, -1, room.data(), &size, 1, encoder.state()), zelErrSize);
   EXPECT_EQ(size, 77);
