@@ -45,7 +45,7 @@ struct EncodingKernel {
   // Makes room for pairs: as many as begin within the output whatever they are.
   void MakeRoom(Search* x) {
     const ptrdiff_t room = writer.outEnd - writer.out;
-    const ptrdiff_t tokens = room > 0 ? (room - 1) / (kLzssMatchBits / 8) + 1 : 0;
+    const ptrdiff_t tokens = room > 0 ? (room - 1) / static_cast<ptrdiff_t>(kLzssMatchBits / 8) + 1 : 0;
     x->pair = pairs;
     x->pairEnd = pairs + (tokens < kPairs ? tokens : kPairs);
   }
