@@ -188,7 +188,7 @@ bool HasSecondMember(int descriptor, const MemberHeader& header) {
   const auto read = [&](uint64_t offset, uint8_t* to, size_t size) {
     return pread(descriptor, to, size, static_cast<off_t>(offset)) == static_cast<ssize_t>(size);
   };
-  const auto checks = [&](uint32_t flags) { return std::popcount(header.flags & flags) * 4u; };
+  const auto checks = [&](uint32_t flags) { return 4 * static_cast<uint64_t>(std::popcount(header.flags & flags)); };
   uint64_t offset = header.size;
   uint8_t head[kMagicBytes];
   while (read(offset, head, 4)) {

@@ -66,8 +66,8 @@ ZELDC_API zelStatus zelsDecodeLZSSInitAlloc_8u(zelLZSSState** ppState);
  * Encodes a piece of the data.
  *
  * The last two bytes of what a call gets are literals that no match covers, so few large calls compress better than
- * many small ones. A stream takes at most 9 bits for each byte of the data; (n * 9 + 7) / 8 + 1 bytes of room are always
- * enough for n bytes and zelsEncodeLZSSFlush_8u.
+ * many small ones. A stream takes at most 9 bits for each byte of the data: (n * 9 + 7) / 8 + 1 bytes of room are
+ * always enough for n bytes and zelsEncodeLZSSFlush_8u.
  *
  * ppSrc    [in,out] bytes; moved behind those consumed
  * pSrcLen  [in,out] bytes left, at least 0

@@ -132,10 +132,11 @@ class SearchCall {
       // Not more than what the pairs that there is room for may stand for.
       int32_t copied = kHistorySize - w_->fill;
       const ptrdiff_t room = x_->pairEnd - x_->pair;
-      if (room < copied / kMaxMatch) copied = Smaller(copied, room * kMaxMatch + kLookAhead);
+      if (room < (copied - kLookAhead) / kMaxMatch) copied = static_cast<int32_t>(room) * kMaxMatch + kLookAhead;
       if (copied > n - i) copied = n - i;
       ownsCopy_8u(src + i, w_->history + w_->fill, copied);
-      const ptrdiff_t stop = copied == n - i ? end : Smaller(end, x_->i + copied - kLookAhead);
+      ptrdiff_t stop = end;
+      if (copied < n - i && x_->i + copied - kLookAhead < end) stop = x_->i + copied - kLookAhead;
       RunKernel(w_->history + (w_->fill - i), stop, i + copied);
       w_->fill += static_cast<int32_t>(x_->i) - i;
     }

@@ -236,7 +236,7 @@ TEST_F(ZellzopDamage, DamageOfALaterMemberIsAnError) {
     Bytes both = file;
     Append(both, Front(second, size));
     Write("x.lzo", both);
-    EXPECT_EQ(Run("zellzop --no-warn -d x.lzo").err, "zellzop: unexpected end of file: x.lzo\n");
+    EXPECT_EQ(Run("zellzop --no-warn -d x.lzo -o y").err, "zellzop: unexpected end of file: x.lzo\n");
     EXPECT_EQ(Files(), Names{"x.lzo"});
   }
 }
