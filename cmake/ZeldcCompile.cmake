@@ -14,6 +14,6 @@ if(ZELDC_WERROR)
 endif()
 
 if(ZELDC_SANITIZE)
-  add_compile_options(-fsanitize=${ZELDC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  add_compile_options(-fsanitize=${ZELDC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${ZELDC_SANITIZE})
 endif()
