@@ -130,6 +130,10 @@ class Decoder {
     const zelStatus status = zelsInflateBuildHuffTable(all.data(), static_cast<uint32_t>(lit_lens),
                                                        static_cast<uint32_t>(distances), &record_);
     if (status == zelErrSize) Require(lit_lens > 286 || distances > 30, "codes that are not too many are refused");
+    if (status == zelErrBadData) {
+      const auto first = all.begin() + static_cast<std::ptrdiff_t>(lit_lens);
+      result_.lacks_distances = static_cast<size_t>(std::count(first, all.end(), 0)) == distances;
+    }
     if (status != zelOk) throw Ended{status == zelErrSize ? zelErrBadData : status};
     Body(BlockModel(all, lit_lens));
   }

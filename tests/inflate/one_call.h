@@ -39,6 +39,7 @@ struct OneCallResult {
   Bytes data;
   size_t consumed = 0;  // input bytes taken
   size_t calls = 0;
+  bool lacks_distances = false;    // ended at a block without a distance code, which others accept
   std::vector<uint32_t> forms;     // tableForm of each Huffman block
   std::vector<uint32_t> suspends;  // how often a call stopped in each resume state, by number
 };
