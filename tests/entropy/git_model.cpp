@@ -160,7 +160,7 @@ bool PlainGitGet(const Bits& bits, size_t* at, PlainGitStatistics* statistics, u
     if (low >= kHuge) return false;
   }
   if (ran_out || (m >= 40 && ones > 0) || (m < 40 && ones >= kHuge >> m)) return false;
-  *interval = sum + (ones << m) + low;
+  *interval = sum + (m < 40 ? ones << m : 0) + low;
   if (!escaped) statistics->Update(*interval);
   return *interval < uint64_t{1} << 32;
 }
