@@ -12,7 +12,7 @@ namespace {
 class ZellzopInterop : public ShellTest {
  protected:
   void SetUp() override {
-    if (!IsInstalled("lzop")) GTEST_SKIP() << "lzop is not installed";
+    NEEDS_PROGRAM("lzop");
     Write("empty", "");
     Write("one", "x");
     Write("text", Text(400000, 1));
