@@ -13,6 +13,7 @@ namespace {
 constexpr int32_t kWindow = 32768;
 constexpr int32_t kBlockItems = 16384;
 constexpr int32_t kMostItemBytes = 6;  // 48 bits
+constexpr int32_t kHeads = 32768;      // more are slower and on the whole compress no better
 
 // Huffman's code lengths of at most `limit` bits for n <= 286 frequencies, at least two codes of one bit.
 void MakeLengths(const int32_t* frequencies, int n, int limit, uint8_t* lengths) {
@@ -90,7 +91,7 @@ struct Block {
 // What a caller of the helpers keeps.
 class OneCallEncoder {
  public:
-  explicit OneCallEncoder(int32_t level) : level_(level), window_(kWindow), head_(65536), chain_(kWindow) {
+  explicit OneCallEncoder(int32_t level) : level_(level), window_(kWindow), head_(kHeads), chain_(kWindow) {
     block_.lit.resize(kBlockItems);
     block_.dist.resize(kBlockItems);
     bytes_.resize(kBlockItems * kMostItemBytes + 1024);
@@ -115,8 +116,8 @@ class OneCallEncoder {
         }
         uint8_t* source = const_cast<uint8_t*>(in.next);  // which it only reads
         const int32_t before = index, used = kBlockItems - room;
-        Check(zelsDeflateLZ77_8u(&source, &in.left, &index, window_.data(), kWindow, head_.data(), chain_.data(), 65536,
-                                 block_.lit_counts, block_.dist_counts, block_.lit.data() + used,
+        Check(zelsDeflateLZ77_8u(&source, &in.left, &index, window_.data(), kWindow, head_.data(), chain_.data(),
+                                 kHeads, block_.lit_counts, block_.dist_counts, block_.lit.data() + used,
                                  block_.dist.data() + used, &room, level_,
                                  in.last() ? zelLZ77FlushFinal : zelLZ77FlushNone),
               "zelsDeflateLZ77_8u");
