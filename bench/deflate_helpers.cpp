@@ -109,7 +109,7 @@ class OneCallEncoder {
       std::fill(std::begin(block_.dist_counts), std::end(block_.dist_counts), 0);
       int32_t room = kBlockItems;
       while (room > 0 && !spent) {
-        if (in.left <= 260 && !in.last()) {
+        if (in.left < 260 && !in.last()) {
           const int32_t rest = in.left;  // stands before the next piece
           in.Refill();
           in.left += rest;

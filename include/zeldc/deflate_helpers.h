@@ -86,10 +86,9 @@ ZELDC_API zelStatus zelsDeflateDictionarySet_8u(const uint8_t* pDict, int32_t di
  * Item k is pLitDst[k] and pDistDst[k]: a literal's byte and 0, or a match's length less 3 and its distance. Lengths
  * are 3..258, distances 1..winSize-1. Matches may start in the window and run on into the input.
  *
- * Scanning ends when there is no room for another item. Unless flush is 2 or more, it also ends 260 bytes before the
- * end of the input (nothing of an input of 260 bytes or fewer is consumed), so that every match can be as long as a
- * match may be: give the bytes that are left again, with more behind them. With flush 2 or more all input is consumed,
- * room permitting.
+ * Scanning ends when there is no room for another item. Unless flush is 2 or more, it also ends when fewer than 260
+ * bytes are left, so that what follows can make the last match longer: give the bytes that are left again, with more
+ * behind them. With flush 2 or more all input is consumed, room permitting.
  *
  * Each position consumed, except the last two of the input, is entered into the tables: at levels of 4 and more
  * chain[p mod winSize] = head[h], head[h] = p with a hash of three bytes from fixed tables; below 4 only head[h] = p,

@@ -13,8 +13,8 @@ namespace zeldc {
 
 namespace {
 
-// Without a flush, bytes at the end where no item starts: a match of full length, and the hash of the last position in
-// it, fit behind.
+// Without a flush, bytes that must follow the first byte of an item: a match of full length, and the hash of the last
+// position in it.
 constexpr int32_t kMargin = 260;
 constexpr int32_t kFirstFlushToEnd = 2;
 
@@ -140,7 +140,7 @@ zelStatus zelsDeflateLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, int32_t* pSrcIdx
   if (!pLitFreqTable || !pDistFreqTable || !pLitDst || !pDistDst || !pDstLen || !*ppSrc) return zelErrNullPtr;
   if (winSize < kMinWindow || winSize > kWindowSize) return zelErrSize;
   if (hashSize < kMinHash || hashSize > kMaxHash) return zelErrSize;
-  const int32_t stop = flush >= kFirstFlushToEnd ? *pSrcLen : *pSrcLen > kMargin ? *pSrcLen - kMargin : 0;
+  const int32_t stop = flush >= kFirstFlushToEnd ? *pSrcLen : *pSrcLen >= kMargin ? *pSrcLen - (kMargin - 1) : 0;
   if (stop <= 0 || *pDstLen <= 0) return zelOk;
 
   OneCall c;
