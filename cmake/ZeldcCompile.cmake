@@ -1,4 +1,4 @@
-# Flags that every target of the project shares.
+# Flags that every target of the project shares. Within a larger project they end at this one's folders.
 
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_C_STANDARD_REQUIRED ON)
@@ -12,6 +12,9 @@ target_compile_options(zeldc_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshado
 if(ZELDC_WERROR)
   target_compile_options(zeldc_warnings INTERFACE -Werror)
 endif()
+
+# An installed libzeldc finds the libzelcore beside it, wherever the two are moved.
+set(zeldc_library_rpath "$ORIGIN")
 
 if(ZELDC_SANITIZE)
   add_compile_options(-fsanitize=${ZELDC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)

@@ -86,6 +86,8 @@ typedef struct zelInflateState {
 
 #if defined(__cplusplus)
 #define ZELDC_ASSERT_LAYOUT(condition) static_assert(condition, "the record's layout")
+#elif !defined(__STDC_VERSION__) || __STDC_VERSION__ < 201112L
+#define ZELDC_ASSERT_LAYOUT(condition) extern const char zeldcAssertLayout[(condition) ? 1 : -1]
 #else
 #define ZELDC_ASSERT_LAYOUT(condition) _Static_assert(condition, "the record's layout")
 #endif

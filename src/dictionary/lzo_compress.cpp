@@ -126,7 +126,9 @@ size_t LzoCompress(const uint8_t* in, uint32_t n, uint8_t* const start, LzoDicti
         const uint32_t hash = static_cast<uint32_t>(lanes) & kLzoHashMask;
         const uint64_t bytes = LoadLE<uint64_t>(p);
         uint32_t distance;
-        if (LookUp(entries, hash, static_cast<uint32_t>(bytes), static_cast<uint32_t>(p - in) + shift, &distance)) {
+        // An entry that no input has left may tell any distance: the candidate must lie within the input.
+        const auto at = static_cast<uint32_t>(p - in);
+        if (LookUp(entries, hash, static_cast<uint32_t>(bytes), at + shift, &distance) && distance - 1 < at) {
           const uint64_t differences = bytes ^ LoadLE<uint64_t>(p - distance);
           if (ZELDC_LIKELY((differences & 0xFFFFFF) == 0)) {
             out = WriteRun(out, literals, static_cast<size_t>(p - literals), out == start);

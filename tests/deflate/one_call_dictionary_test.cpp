@@ -55,6 +55,24 @@ TEST(OneCallDictionary, AtLevel5AllPositionsAreInOneChain) {
   }
 }
 
+TEST(OneCallDictionary, TheHashOfTheBytes0To2IsOfTheseValues) {
+  const uint16_t first[] = {0x499D, 0x3DC2, 0x2D07};
+  const uint16_t second[] = {0x5B6B, 0x656C, 0x1CA2};
+  const uint16_t third[] = {0x5C40, 0x1DD8, 0x7164};
+  for (size_t triple = 0; triple < 27; ++triple) {
+    const size_t a = triple / 9, b = triple / 3 % 3, c = triple % 3;
+    Bytes dictionary(258);
+    dictionary[0] = static_cast<uint8_t>(a);
+    dictionary[1] = static_cast<uint8_t>(b);
+    dictionary[2] = static_cast<uint8_t>(c);
+    for (int32_t hash_size : {256, 4096, 65536}) {
+      OneCallStream stream(4, 258, hash_size);
+      EXPECT_EQ(stream.SetDictionary(dictionary), zelOk);
+      EXPECT_EQ(stream.head()[(first[a] ^ second[b] ^ third[c]) & (hash_size - 1)], 0) << triple;
+    }
+  }
+}
+
 TEST(OneCallDictionary, TheFirstLinkIsWhatTheHeadHeld) {
   const Bytes dictionary = Text(300, 2);
   OneCallStream stream(5);

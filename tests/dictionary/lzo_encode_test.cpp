@@ -213,6 +213,27 @@ TEST(LzoEncode, EarlierCallsDoNotShow) {
 }
 
 // Long enough for positions to be renumbered, with matches across that, and one that goes far beyond it.
+// A candidate must lie within the input, whatever the hash tables say.
+TEST(LzoEncode, RecordsOfAnyContentBehindTheMethod) {
+  constexpr size_t kSize = 2000;
+  const Bytes inputs[] = {Bytes(kSize), SmallAlphabet(kSize, 3, 1)};
+  for (const Bytes& in : inputs) {
+    for (uint32_t entry = 0; entry < 70000; entry += 131) {
+      const LzoRecord record(zelLZOMethodSingle, kSize);
+      auto* const words = reinterpret_cast<uint32_t*>(record.get());
+      std::fill(words + 3, words + 3 + 16384, entry);
+      EXPECT_EQ(LzoDecode(LzoEncode(in, record, 1, Guard::kBefore), kSize), in) << entry;
+    }
+  }
+  Random random(7);
+  for (int round = 0; round < 50; ++round) {
+    const LzoRecord record(zelLZOMethodSingle, kSize);
+    auto* const words = reinterpret_cast<uint32_t*>(record.get());
+    for (int i = 1; i < 65560 / 4; ++i) words[i] = static_cast<uint32_t>(random() >> (round % 2 == 0 ? 32 : 44));
+    EXPECT_EQ(LzoDecode(LzoEncode(inputs[1], record, 1, Guard::kBefore), kSize), inputs[1]) << round;
+  }
+}
+
 TEST(LzoEncode, MillionsOfBytesAreTheModels) {
   const LzoRecord record(zelLZOMethodSingle, 0);
   Bytes in = RepeatsAt(1200000, 40000, 200, 1);

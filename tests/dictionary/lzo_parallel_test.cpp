@@ -231,6 +231,18 @@ TEST_F(LzoParallel, LongerThanTheRoomIsBrokenWhenChecked) {
   }
 }
 
+TEST_F(LzoParallel, UncheckedTheContainerAloneTellsTheLength) {
+  const Bytes in = Text(3000, 4);
+  const GuardedBuffer container(EncodeWithThreads(in, 3, 3000));
+  for (uint32_t told : {0u, 1u, 2999u, UINT32_MAX}) {
+    const GuardedBuffer dst(in.size());
+    uint32_t size = told;
+    EXPECT_EQ(zelsDecodeLZO_8u(container.data(), static_cast<uint32_t>(container.size()), dst.data(), &size), zelOk);
+    EXPECT_EQ(size, in.size());
+    EXPECT_EQ(dst.ToBytes(), in);
+  }
+}
+
 // Each chunk has its own part of the output, and reaches neither into the next nor back into the one before.
 TEST_F(LzoParallel, ChunksKeepToTheirParts) {
   const Bytes one = {0x12, 'a', 0x11, 0, 0};

@@ -66,10 +66,10 @@ struct Symbol {
   char type;
 };
 
-// The library's dynamic symbols, without the versions of imported ones.
-std::map<std::string, Symbol> DynamicSymbols() {
+// A file's dynamic symbols, without the versions of imported ones.
+std::map<std::string, Symbol> DynamicSymbols(const std::string& file = LIBRARY_FILE) {
   std::map<std::string, Symbol> symbols;
-  for (const std::string& line : LinesOf(NM " -D " LIBRARY_FILE)) {
+  for (const std::string& line : LinesOf(NM " -D " + file)) {
     std::istringstream stream(line);
     std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
     if (words.size() == 2) words.insert(words.begin(), "");
@@ -143,6 +143,14 @@ TEST(LibraryFile, ExportsTheNamesOfTheMapAndNothingElse) {
 }
 
 TEST(LibraryFile, MapHoldsTheFunctionsOfThePublicHeaders) { EXPECT_EQ(MapNames(), HeaderNames()); }
+
+TEST(LibraryFile, EveryExportIsCalledByTheProgramInC) {
+  Names called;
+  for (const auto& [name, symbol] : DynamicSymbols(C_CALLER)) {
+    if (symbol.type == 'U' && name.rfind("zel", 0) == 0) called.insert(name);
+  }
+  EXPECT_EQ(called, MapNames());
+}
 
 TEST(LibraryFile, SonameHasTheMajorVersion) { EXPECT_EQ(DynamicEntries("SONAME"), Names{"libzeldc.so.6"}); }
 
