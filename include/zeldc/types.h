@@ -7,6 +7,8 @@
 #if defined(_WIN32)
 #if defined(ZELDC_BUILD)
 #define ZELDC_API __declspec(dllexport)
+#elif defined(ZELDC_STATIC) /* the DLL's functions, too, if a little slower */
+#define ZELDC_API
 #else
 #define ZELDC_API __declspec(dllimport)
 #endif
