@@ -98,9 +98,10 @@ ZELDC_API zelStatus zelsEncodeHuffOne_8u(uint8_t src, uint8_t* pDst, int32_t dst
  * pState   [in,out]  an encoder, whose pending bits change. (With a decoder the bits that it has read ahead count as
  *                    pending, but for zeros that it has counted.)
  *
- * zelOk          done
- * zelErrNullPtr  pSrc, pDst, pDstLen or pState is null; nothing changed
- * zelErrSize     srcLen is below 1, or more than 2^31 - 1 bytes would be written; nothing changed
+ * zelOk               done
+ * zelErrNullPtr       pSrc, pDst, pDstLen or pState is null; nothing changed
+ * zelErrSize          srcLen is below 1, or more than 2^31 - 1 bytes would be written; nothing changed
+ * zelErrHuffLenTable  the record is damaged: it holds a length above 32; nothing changed
  */
 ZELDC_API zelStatus zelsEncodeHuff_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, int32_t* pDstLen,
                                       zelHuffState* pState);

@@ -80,7 +80,7 @@ ZELDC_API zelStatus zelsDecodeLZSSInitAlloc_8u(zelLZSSState** ppState);
  *                 room counts as written. With no room at entry nothing is done.
  * zelErrNullPtr   an argument or *ppDst is null, or *ppSrc is null with bytes to read; nothing changed
  * zelErrSize      *pSrcLen or *pDstLen is below 0; nothing changed
- * zelErr          the record is a decoder's; nothing changed
+ * zelErr          the record is no encoder's; nothing changed
  */
 ZELDC_API zelStatus zelsEncodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, int32_t* pDstLen,
                                       zelLZSSState* pState);
@@ -97,7 +97,7 @@ ZELDC_API zelStatus zelsEncodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t
  *                 with more.
  * zelErrNullPtr   an argument is null, or *ppDst with room for a byte; nothing changed
  * zelErrSize      *pDstLen is below 1; nothing changed
- * zelErr          the record is a decoder's; nothing changed
+ * zelErr          the record is no encoder's; nothing changed
  */
 ZELDC_API zelStatus zelsEncodeLZSSFlush_8u(uint8_t** ppDst, int32_t* pDstLen, zelLZSSState* pState);
 
@@ -120,7 +120,7 @@ ZELDC_API zelStatus zelsEncodeLZSSFlush_8u(uint8_t** ppDst, int32_t* pDstLen, ze
  *                 follow.
  * zelErrNullPtr   pSrcLen or pDstLen is null (found first); another argument or *ppDst is null, or *ppSrc is null with
  *                 bytes to read; nothing changed
- * zelErr          the record is an encoder's; nothing changed
+ * zelErr          the record is no decoder's; nothing changed
  */
 ZELDC_API zelStatus zelsDecodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, int32_t* pDstLen,
                                       zelLZSSState* pState);

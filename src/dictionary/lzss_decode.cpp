@@ -164,7 +164,7 @@ zelStatus zelsDecodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, 
   if (*pDstLen < 1 || *pSrcLen < 0) return zelErrSize;
   if (!ppSrc || !ppDst || !pState) return zelErrNullPtr;
   if (!*ppDst || (!*ppSrc && *pSrcLen > 0)) return zelErrNullPtr;
-  if (pState->kind != kLzssDecoder) return zelErr;
+  if (pState->kind != kLzssDecoder || !IsSound(Decoder(pState)->history)) return zelErr;
 
   LzssDecoder* const s = Decoder(pState);
   MsbReader in(s->waiting, s->waitingCount, *ppSrc, static_cast<size_t>(*pSrcLen));

@@ -158,7 +158,7 @@ zelStatus zelsEncodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, 
                             zelLZSSState* pState) {
   if (!ppSrc || !pSrcLen || !ppDst || !pDstLen || !pState) return zelErrNullPtr;
   if (*pSrcLen < 0 || *pDstLen < 0) return zelErrSize;
-  if (pState->kind != kLzssEncoder) return zelErr;
+  if (pState->kind != kLzssEncoder || !IsSound(Encoder(pState)->window)) return zelErr;
   if (*pDstLen == 0) return zelWarnDstFull;
   if (*pSrcLen == 0) return zelOk;
   if (!*ppSrc || !*ppDst) return zelErrNullPtr;

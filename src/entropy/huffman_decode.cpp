@@ -91,7 +91,7 @@ constexpr ptrdiff_t kMuchSource = 1024;
 
 ZELDC_NOINLINE void RunTripleCodes(const zelHuffState* s, HuffLoop* loop) {
   const TripleCodes codes(s);
-  loop->Run(s->tables, codes);
+  loop->Run(s, codes);
 }
 
 // The decoder stands in its source with no zeros counted, and the code is complete.
@@ -100,14 +100,14 @@ void ownDecodeMany(const zelHuffState* s, CarefulDecoder* d) {
   uint8_t* const dstStart = d->dst;
   HuffLoop loop(start, d->srcEnd, d->dst, d->dstEnd);
   if (d->dstEnd - d->dst >= kManySymbols && d->srcEnd - start.byte >= kMuchSource) RunTripleCodes(s, &loop);
-  loop.Run(s->tables, SingleCodes(s->tables));
+  loop.Run(s, SingleCodes(s->tables));
 
   // Back in front of zeros that may have been counted ahead.
   d->dst = loop.dst();
   while (d->dst > dstStart && d->dst[-1] == s->zeroSymbol) --d->dst;
   const int64_t back = int64_t{loop.dst() - d->dst} * s->maxLen;
   const BitPlace place = loop.place();
-  const int64_t at = int64_t{place.byte - start.byte} * 8 + place.bit - back;
+  const int64_t at = std::max<int64_t>(int64_t{place.byte - start.byte} * 8 + place.bit - back, start.bit);
   d->Seek({start.byte + at / 8, static_cast<uint32_t>(at % 8)});
 }
 
@@ -130,7 +130,7 @@ extern "C" {
 zelStatus zelsDecodeHuffOne_8u(const uint8_t* pSrc, int32_t srcOffsetBits, uint8_t* pDst, const zelHuffState* pState) {
   if (!pSrc || !pDst || !pState) return zelErrNullPtr;
   if (srcOffsetBits < 0 || srcOffsetBits > 7 || pState->maxLen < 1) return zelErrSize;
-  if (!pState->isDecoder) return zelErrNullPtr;
+  if (!pState->HasTables()) return zelErrNullPtr;
   uint64_t bits = 0;
   for (int32_t at = 0; at < srcOffsetBits + pState->maxLen; at += 8) bits |= uint64_t{*pSrc++} << (56 - at);
   const uint32_t next = static_cast<uint32_t>(bits << srcOffsetBits >> 32);
@@ -142,10 +142,9 @@ zelStatus zelsDecodeHuff_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
                             zelHuffState* pState) {
   if (!pSrc || !pDst || !pDstLen || !pState) return zelErrNullPtr;
   if (srcLen < 1 || *pDstLen < 1) return zelErrSize;
-  if (!pState->isDecoder) return zelErrNullPtr;
-  CarefulDecoder d = {
-      pState->accumulator, static_cast<uint32_t>(pState->bitCount), pState->ZeroCount(), pSrc, pSrc + srcLen, pDst,
-      pDst + *pDstLen};
+  if (!pState->HasTables()) return zelErrNullPtr;
+  CarefulDecoder d = {pState->accumulator, pState->PendingBits(), pState->ZeroCount(), pSrc, pSrc + srcLen, pDst,
+                      pDst + *pDstLen};
 
   ownDecode(pState, &d);
 

@@ -23,6 +23,7 @@ struct HuffSymbol {
 };
 
 // The code at the front of 32 bits, of `length` bits or more. Bits that are no code count as the last one of a length.
+// The longest codes begin with 0: there the search ends.
 ZELDC_ALWAYS_INLINE HuffSymbol FindSymbol(const HuffDecodeTables& t, uint32_t bits, uint32_t length) {
   while (bits < t.firstCode[length]) ++length;
   const uint32_t place = t.firstPlace[length] + ((bits - t.firstCode[length]) >> (32 - length));
@@ -91,6 +92,7 @@ class TripleCodes {
       for (int place = t.lastPlace[length]; place >= t.firstPlace[length]; --place) {
         if (LengthOf(s->codes[t.symbols[place]]) != length) break;
         const size_t n = size_t{1} << (bits - length);
+        if (static_cast<size_t>(at - row) < n) break;
         at -= n;
         const Entry first = Entry{t.symbols[place]} << 8 | 1u << 6 | length;
         if (!rest) {
@@ -123,7 +125,8 @@ class HuffLoop {
 
   // Decodes while there is source for a turn, and room for more than what one stores.
   template <typename Codes>
-  ZELDC_ALWAYS_INLINE void Run(const HuffDecodeTables& tables, const Codes& codes) {
+  ZELDC_ALWAYS_INLINE void Run(const zelHuffState* s, const Codes& codes) {
+    const HuffDecodeTables& tables = s->tables;
     constexpr int kLookUps = kUsableBits / Codes::kBits;
     if (srcEnd_ - place_.byte < kSourceMargin) return;
     Reader in;
@@ -134,9 +137,10 @@ class HuffLoop {
       for (int i = 0; i < kLookUps; ++i) {
         const typename Codes::Entry entry = codes.At(in.bits >> (kWordBits - Codes::kBits));
         if (ZELDC_UNLIKELY(entry == 0)) {
-          BitPlace place = in.Place();
+          BitPlace place = PlaceOf(in);
           const uint32_t next = static_cast<uint32_t>(LoadBE<uint64_t>(place.byte) << place.bit >> 32);
-          const HuffSymbol symbol = FindSymbol(tables, next, Codes::kBits + 1);
+          const HuffSymbol symbol =
+              FindSymbol(tables, next, std::min(Codes::kBits + 1, static_cast<uint32_t>(s->maxLen)));
           *dst++ = symbol.value;
           place.bit += symbol.length;
           in.Seek({place.byte + place.bit / 8, place.bit % 8});
@@ -147,7 +151,7 @@ class HuffLoop {
       }
     }
     dst_ = dst;
-    place_ = in.Place();
+    place_ = PlaceOf(in);
   }
 
   uint8_t* dst() const { return dst_; }
@@ -189,6 +193,12 @@ class HuffLoop {
       return {src - (n + 7) / 8, (0 - n) & 7};
     }
   };
+
+  // Codes of a damaged record may seem to end before they began: not before where this run did.
+  BitPlace PlaceOf(const Reader& in) const {
+    const BitPlace place = in.Place();
+    return place.byte < place_.byte ? place_ : place;
+  }
 
   const uint8_t* const srcEnd_;
   uint8_t* dst_;

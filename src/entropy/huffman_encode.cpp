@@ -154,7 +154,7 @@ zelStatus zelsEncodeHuffOne_8u(uint8_t src, uint8_t* pDst, int32_t dstOffsetBits
   if (!pDst || !pState) return zelErrNullPtr;
   if (dstOffsetBits < 0 || dstOffsetBits > 7) return zelErrSize;
   const ShortCode code = pState->codes[src];
-  if (code == 0) return zelErrHuffLenTable;
+  if (LengthOf(code) == 0 || LengthOf(code) > kLongestHuffCode) return zelErrHuffLenTable;
   const uint32_t end = LengthOf(code) + static_cast<uint32_t>(dstOffsetBits);
   const uint64_t bits = uint64_t{CodeOf(code)} << (64 - end);
   *pDst = static_cast<uint8_t>(*pDst | bits >> 56);
@@ -166,7 +166,8 @@ zelStatus zelsEncodeHuff_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
                             zelHuffState* pState) {
   if (!pSrc || !pDst || !pDstLen || !pState) return zelErrNullPtr;
   if (srcLen < 1 || IsTooMuch(pState, pSrc, srcLen)) return zelErrSize;
-  WordWriter writer = {uint64_t{pState->accumulator} << 32, static_cast<uint32_t>(pState->bitCount), pDst};
+  if (!pState->HasCodes()) return zelErrHuffLenTable;
+  WordWriter writer = {uint64_t{pState->accumulator} << 32, pState->PendingBits(), pDst};
 
   ownEncode(pState, pSrc, pSrc + srcLen, &writer);
 
@@ -178,7 +179,7 @@ zelStatus zelsEncodeHuff_8u(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst, 
 
 zelStatus zelsEncodeHuffFinal_8u(uint8_t* pDst, int32_t* pDstLen, const zelHuffState* pState) {
   if (!pDst || !pDstLen || !pState) return zelErrNullPtr;
-  const int32_t len = (pState->bitCount + 7) / 8;
+  const int32_t len = static_cast<int32_t>(pState->PendingBits() + 7) / 8;
   for (int32_t i = 0; i < len; ++i) pDst[i] = static_cast<uint8_t>(pState->accumulator >> (24 - 8 * i));
   *pDstLen = len;
   return zelOk;

@@ -55,6 +55,22 @@ struct zelHuffState {
   zeldc::HuffDecodeTables tables;
   uint8_t reserved[568];
 
+  // A record is the caller's memory. Where it does not hold what these functions leave behind, the rest may be
+  // anything, and still no access goes beyond it or a buffer.
+  bool HasCodes() const {
+    uint16_t longest = 0;
+    for (const zeldc::ShortCode code : codes) {
+      const uint16_t length = code & 0xFF;
+      longest = longest < length ? length : longest;
+    }
+    return longest <= zeldc::kLongestHuffCode;
+  }
+  bool HasTables() const {
+    if (!isDecoder || maxLen > zeldc::kLongestHuffCode) return false;
+    return maxLen < 1 || (minLen >= 1 && minLen <= maxLen && tables.firstCode[maxLen] == 0);
+  }
+  uint32_t PendingBits() const { return static_cast<uint32_t>(bitCount) & 31; }
+
   uint64_t ZeroCount() const { return zeldc::LoadNative<uint64_t>(zeroCount); }
   void SetZeroCount(uint64_t n) { zeldc::StoreNative(zeroCount, n); }
 };

@@ -14,6 +14,9 @@ struct History {
   uint8_t window[2 * kWindowSize + kCopySlack];  // and what wide copies may read behind it
 };
 
+// Whether the window can hold so much. All else that may stand in a history does no harm.
+inline bool IsSound(const History& h) { return h.fill >= 0 && h.fill <= 2 * kWindowSize; }
+
 // Bytes that a match may reach back before this call's output.
 inline size_t HistorySize(const History& h) { return static_cast<size_t>(h.fill < kWindowSize ? h.fill : kWindowSize); }
 

@@ -28,6 +28,9 @@ struct SearchWindow {
   uint8_t history[kHistorySize];
 };
 
+// Whether the history can hold so much. All else that may stand in a window does no harm.
+inline bool IsSound(const SearchWindow& w) { return w.fill >= 0 && w.fill <= kHistorySize; }
+
 // Position 0, with no history. The tables must be cleared as well.
 inline void ClearWindow(SearchWindow* w) {
   w->tablePos = 0;

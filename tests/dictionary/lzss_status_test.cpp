@@ -172,3 +172,47 @@ TEST(LzssStatus, DecoderWithoutInputDoesNothing) {
   ExpectRefused(
       kDecoder, decode, [](Arguments& a) { a.src_len = 0, a.src = nullptr; }, zelOk, "no input");
 }
+
+// A record is the caller's memory: whatever it holds, no call leaves it or the buffers.
+TEST(LzssDamage, ARecordOfAnyContentHarmsNothingElse) {
+  Random random(5);
+  for (int round = 0; round < 120; ++round) {
+    const LzssKind kind = round % 2 ? kEncoder : kDecoder;
+    const LzssRecord record(kind, 0xA5, round % 4 < 2 ? Guard::kBehind : Guard::kBefore);
+    uint8_t* const bytes = reinterpret_cast<uint8_t*>(record.get());
+    for (int call = 0; call < 6; ++call) {
+      // Behind the first word, which says what the record is: the head's fields, a few bytes anywhere, or all.
+      const size_t last = call % 3 == 0 ? 32 : kLzssRecordSize - 1;
+      for (size_t n = call == 4 ? kLzssRecordSize : Uniform(random, 0, 8); n > 0; --n) {
+        bytes[Uniform(random, 4, last)] = static_cast<uint8_t>(random());
+      }
+      const GuardedBuffer source(call % 2 ? Text(Uniform(random, 1, 3000), random())
+                                          : RandomBytes(Uniform(random, 1, 3000), random()));
+      const GuardedBuffer room(Uniform(random, 1, 40000));
+      uint8_t* src = source.data();
+      uint8_t* dst = room.data();
+      int32_t src_len = static_cast<int32_t>(source.size()), dst_len = static_cast<int32_t>(room.size());
+      if (kind == kEncoder) {
+        zelsEncodeLZSS_8u(&src, &src_len, &dst, &dst_len, record.get());
+        zelsEncodeLZSSFlush_8u(&dst, &dst_len, record.get());
+      } else {
+        zelsDecodeLZSS_8u(&src, &src_len, &dst, &dst_len, record.get());
+      }
+      ASSERT_EQ(src + src_len, source.end());
+      ASSERT_EQ(dst + dst_len, room.end());
+      ASSERT_GE(src_len, 0);
+      ASSERT_GE(dst_len, 0);
+    }
+  }
+}
+
+TEST(LzssDamage, AHistoryThatCannotBeIsRefused) {
+  // The number of bytes in the window stands behind the five words of the decoder's head.
+  for (const int32_t fill : {-1, 2 * 32768 + 1, INT32_MAX, INT32_MIN}) {
+    Arguments a(kDecoder);
+    memcpy(reinterpret_cast<uint8_t*>(a.state) + 20, &fill, sizeof(fill));
+    EXPECT_EQ(a.Decode(), zelErr) << fill;
+    EXPECT_EQ(a.src_len, 4);
+    EXPECT_EQ(a.dst_len, 64);
+  }
+}

@@ -223,5 +223,51 @@ TEST(HuffmanCalls, ARecordThatHasEncodedIsStillADecoder) {
   }
 }
 
+// A record is the caller's memory: whatever it holds, no call leaves it or the buffers.
+TEST(HuffmanCalls, ARecordOfAnyContentHarmsNothingElse) {
+  Random random(21);
+  const std::vector<NamedFrequencies> all = AllFrequencies();
+  for (int round = 0; round < 600; ++round) {
+    const HuffRecord record;
+    zelHuffState* const s = record.get();
+    const Frequencies& frequencies = all[Uniform(random, 0, all.size() - 1)].frequencies;
+    if (zelsEncodeHuffInit_8u(frequencies.data(), s) != zelOk) continue;
+    Lengths lengths;
+    ASSERT_EQ(zelsHuffGetLenCodeTable_8u(s, lengths.data()), zelOk);
+    if (round % 4 != 0) {
+      ASSERT_EQ(zelsDecodeHuffInit_8u(lengths.data(), s), zelOk);
+    }
+
+    // The codes, the fields behind them, a stretch anywhere, or all of it.
+    uint8_t* const bytes = reinterpret_cast<uint8_t*>(s);
+    const size_t begin = round % 3 == 0 ? sizeof(s->codes) : Uniform(random, 0, 2500);
+    const size_t end = round % 3 == 2 ? sizeof(zelHuffState) : begin + Uniform(random, 1, 64);
+    for (size_t i = begin; i < end; ++i) {
+      if (round % 2 || random() % 4 == 0) bytes[i] = static_cast<uint8_t>(random());
+    }
+
+    int32_t len = 0;
+    const GuardedBuffer rest(4);
+    ASSERT_EQ(zelsEncodeHuffFinal_8u(rest.data(), &len, s), zelOk);
+    ASSERT_GE(len, 0);
+    ASSERT_LE(len, 4);
+    const GuardedBuffer five(RandomBytes(5, random()));
+    uint8_t byte = 0;
+    for (int32_t bit = 0; bit < 8; ++bit) zelsDecodeHuffOne_8u(five.data(), bit, &byte, s);
+    const GuardedBuffer codes(5);
+    for (int32_t bit = 0; bit < 8; ++bit) zelsEncodeHuffOne_8u(static_cast<uint8_t>(random()), codes.data(), bit, s);
+
+    const GuardedBuffer source(RandomBytes(Uniform(random, 1, round % 5 ? 200 : 4000), random()));
+    const int32_t size = static_cast<int32_t>(source.size());
+    const GuardedBuffer room(Uniform(random, 1, round % 2 ? 300 : 20000));
+    len = static_cast<int32_t>(room.size());
+    zelsDecodeHuff_8u(source.data(), size, room.data(), &len, s);
+    ASSERT_GE(len, 0);
+    ASSERT_LE(static_cast<size_t>(len), room.size());
+    const GuardedBuffer words(4 * source.size() + 4);
+    zelsEncodeHuff_8u(source.data(), size, words.data(), &len, s);
+  }
+}
+
 }  // namespace
 }  // namespace zeldc_test
