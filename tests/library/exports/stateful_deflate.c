@@ -9,7 +9,7 @@ typedef struct Stream {
   int32_t len;
 } Stream;
 
-static Stream fixed_stream, dynamic_stream, stored_stream;
+PER_THREAD Stream fixed_stream, dynamic_stream, stored_stream;
 
 /* The text behind its first kDictionary bytes as one block, with its CRC-32 and size behind it. */
 static void Encode(zelLZ77HuffMode mode, zelLZ77State* state, Stream* stream) {
