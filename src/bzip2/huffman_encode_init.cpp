@@ -116,6 +116,7 @@ void MakeCodes(zelBZ2HuffEncodeState* s) {
     uint32_t next[kMaxWrittenLength + 1];
     for (int v = 0; v < s->alphaSize; ++v) ++count[s->lengths[t][v]];
     FirstCodes(count, kMaxWrittenLength, next);
+    ZELDC_STEP_BY_STEP
     for (int v = 0; v < s->alphaSize; ++v) {
       const uint8_t length = s->lengths[t][v];
       s->codes[t][v] = JoinCode(next[length]++, length);

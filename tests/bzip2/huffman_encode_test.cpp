@@ -1,6 +1,7 @@
 // The Huffman stage's encoder: statuses, and every bit of its output.
 
 #include <algorithm>
+#include <utility>
 
 #include "bzip2/huffman_calls.h"
 #include "gtest/gtest.h"
@@ -269,6 +270,26 @@ TEST(Bzip2HuffmanEncode, CodesAreNeverLongerThan17BitsAndComplete) {
       EXPECT_EQ(filled, 1u << 17);
     }
     EXPECT_EQ(longest, 17) << alpha_size;
+  }
+}
+
+TEST(Bzip2HuffmanEncode, CodesOfOneLengthCountUpFromSymbolToSymbol) {
+  Block block = {"each of 258 symbols", 258, {}};
+  for (uint16_t symbol = 0; symbol < 258; ++symbol) block.symbols.push_back(symbol);
+  const EncodeRecord record(258);
+  ASSERT_EQ(InitEncoder(block, record.get()), zelOk);
+  const auto code_of = [&](uint16_t symbol) {
+    const WriteResult one = EncodeSymbols(record.get(), {symbol}, 20);
+    return std::pair(one.code_bits, one.code >> (32 - one.code_bits));
+  };
+  uint32_t next[18] = {};
+  for (uint16_t symbol = 0; symbol < 258; ++symbol) {
+    const auto [bits, code] = code_of(symbol);
+    ASSERT_TRUE(bits >= 1 && bits <= 17) << symbol;
+    if (next[bits] != 0) {
+      EXPECT_EQ(code, next[bits]) << symbol;
+    }
+    next[bits] = code + 1;
   }
 }
 
