@@ -137,7 +137,8 @@ TEST(Pages, ReadmeHasTheFirstProgramAsItIs) {
 // What the start page and README tell to do in a clone.
 TEST(Pages, TellTheSameCommandsForTheFirstProgram) {
   const std::string command =
-      "gcc examples/docs/first.c -I include -L build -lzeldc -lzelcore -Wl,-rpath,\"$PWD/build\" -o first && ./first\n";
+      "gcc examples/docs/first.c -I include -L build -lzeldc -lzelcore -Wl,-rpath,\"$PWD/build\" -o build/first && "
+      "build/first\n";
   EXPECT_NE(TextOf(kRoot / "README.md").find(command), std::string::npos);
   EXPECT_NE(TextOf(kRoot / "docs/index.md").find(command), std::string::npos);
 }
