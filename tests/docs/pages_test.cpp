@@ -91,13 +91,12 @@ TEST(Pages, HaveEveryFunctionInATableOfItsFamilyOnly) {
 }
 
 TEST(Pages, LinkToFilesThatExist) {
-  const fs::path written_elsewhere = kRoot / "docs/install.md";
   size_t count = 0;
   for (const fs::path& page : Pages()) {
     for (const std::string& link : AllMatches(WithoutCode(TextOf(page)), "\\]\\(([^)\\s]+)\\)")) {
       if (link.find(':') != std::string::npos) continue;
       const fs::path target = (page.parent_path() / link.substr(0, link.find('#'))).lexically_normal();
-      EXPECT_TRUE(fs::exists(target) || target == written_elsewhere) << page << " links to " << link;
+      EXPECT_TRUE(fs::exists(target)) << page << " links to " << link;
       ++count;
     }
   }
@@ -112,7 +111,7 @@ TEST(Pages, AreAllOnTheStartPage) {
   }
   for (const fs::path& page : Pages()) {
     if (page.lexically_relative(docs).begin()->string() == "..") continue;
-    EXPECT_TRUE(linked.contains(page) || page == docs / "install.md") << page;
+    EXPECT_TRUE(linked.contains(page)) << page;
   }
 }
 
