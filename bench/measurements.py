@@ -33,6 +33,8 @@ STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32b
           "lzo-decompress": "LZO, decompressing", "huffman-encode": "byte Huffman, encoding",
           "huffman-decode": "byte Huffman, decoding", "transform": "Burrows-Wheeler transform",
           "inverse": "inverse transform"}
+# Where a family means something else by a stage.
+STAGES_OF = {("vlc", "encode"): "encoding", ("vlc", "decode"): "decoding"}
 # Families whose cases are files; elsewhere they are sizes.
 OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "git", "huffman", "inflate", "deflate", "lzss", "lzo",
             "lzo-threads")
@@ -130,6 +132,10 @@ def size_label(text: str) -> str:
         if size >= unit:
             return f"{size // unit} {name}"
     return f"{size} B"
+
+
+def stage_name(family: str, stage: str) -> str:
+    return STAGES_OF.get((family, stage)) or STAGES.get(stage, stage)
 
 
 def size_bytes(label: str) -> int:

@@ -24,7 +24,7 @@ from typing import NamedTuple, Optional
 
 import chart
 import size_chart
-from measurements import ALL_FILES, LADDERS, STAGES, TITLES, Family, Result, is_ours, read
+from measurements import ALL_FILES, LADDERS, TITLES, Family, Result, is_ours, read, stage_name
 
 SLOWER = "▼"  # behind a ratio below 1
 
@@ -48,7 +48,7 @@ class Row(NamedTuple):
 
     @property
     def label(self) -> str:
-        return row_label(self.stage, self.coder, self.case)
+        return row_label(self.family, self.stage, self.coder, self.case)
 
     @property
     def slower(self) -> bool:
@@ -72,8 +72,8 @@ def variant_of(coder: str) -> str:
     return coder.removeprefix("zeldc").removeprefix("-")
 
 
-def row_label(stage: str, coder: str, case: str) -> str:
-    return ", ".join(part for part in (STAGES.get(stage, stage), variant_of(coder), case) if part)
+def row_label(family: str, stage: str, coder: str, case: str) -> str:
+    return ", ".join(part for part in (stage_name(family, stage), variant_of(coder), case) if part)
 
 
 def number(value: float) -> str:
@@ -152,7 +152,7 @@ def report_symbols(family: Family):
             results = [family.get(stage, coder, case) for case in family.cases]
             if all(result and result.symbols for result in results):
                 times = [f"{1e9 * result.seconds / result.symbols:.2f}" for result in results]
-                lines.append([STAGES.get(stage, stage) + ", " + coder] + times)
+                lines.append([stage_name(family.name, stage) + ", " + coder] + times)
     if lines:
         print("\nNanoseconds a symbol")
         print_table([""] + family.cases, lines)
@@ -168,7 +168,7 @@ def report_cost(family: Family):
             results = [family.get(stage, coder, case) for case in family.cases]
             if any(results):
                 times = [f"{1e9 * result.seconds / result.size:.3f}" if result else "" for result in results]
-                lines.append([STAGES.get(stage, stage) + ", " + coder] + times)
+                lines.append([stage_name(family.name, stage) + ", " + coder] + times)
     print("\nNanoseconds a byte")
     print_table([""] + family.cases, lines)
 
@@ -244,7 +244,7 @@ def report_slower(rows: list):
 
 
 def bars_of(family: Family, rows: list) -> list:
-    """The chart's bars: of files only those over all of them, of sizes a short one, one of the middle and the longest."""
+    """The chart's bars, yardsticks left out: of files those over all of them, of sizes a short, a middle and the longest."""
     cases = family.cases
     if family.of_files:
         cases = cases[-1:]
@@ -254,8 +254,8 @@ def bars_of(family: Family, rows: list) -> list:
         return []  # has a chart of its own
     bars = {}
     for row in rows:
-        if row.case in cases and row.peer:
-            label = row_label(row.stage, row.coder, "" if row.case == ALL_FILES else row.case)
+        if row.case in cases and row.peer and not row.yardstick:
+            label = row_label(row.family, row.stage, row.coder, "" if row.case == ALL_FILES else row.case)
             level = f" level {row.peer_name.rsplit('-', 1)[1]}" if family.name == "deflate" else ""
             name = row.peer_name.rsplit("-", 1)[0] if level else row.peer_name
             bars.setdefault(label, []).append((name, row.ratio, level))

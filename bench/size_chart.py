@@ -4,14 +4,13 @@ as an SVG for light and dark pages."""
 import math
 from xml.sax.saxutils import escape
 
-from measurements import STAGES, Family, is_ours, size_bytes
+from measurements import Family, is_ours, size_bytes, stage_name
 
 WIDTH, COLUMNS = 760, 3
 LEFT, RIGHT, TOP, BOTTOM = 40, 12, 46, 26  # around a panel's plot
 PLOT_HEIGHT = 120
 PANEL_WIDTH, PANEL_HEIGHT = WIDTH // COLUMNS, TOP + PLOT_HEIGHT + BOTTOM
 HEAD = 48
-VLC_STAGES = {"encode": "VLC, encoding", "decode": "VLC, decoding", "count": "VLC, counting of bits"}
 
 STYLE = """
   text { font: 10px system-ui, sans-serif; fill: #6a737d; }
@@ -85,8 +84,7 @@ def draw(families: list) -> str:
         for stage in family.stages:
             lines = curves(family, stage)
             if lines:
-                name = STAGES.get(stage, stage)
-                panels.append((VLC_STAGES.get(stage, name) if family.name == "vlc" else name, lines))
+                panels.append((("VLC, " if family.name == "vlc" else "") + stage_name(family.name, stage), lines))
     height = HEAD + PANEL_HEIGHT * math.ceil(len(panels) / COLUMNS)
     out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{WIDTH}" height="{height}" '
            f'viewBox="0 0 {WIDTH} {height}" role="img" aria-label="Cost of a byte by the size of a call">',
