@@ -10,7 +10,7 @@ each pair of rows, with columns separated by tabs and named in its first line:
   case            our variant, where there are several, and where a family is measured by size, the size
   file            the file; "all files" for the sum; empty where a family is measured by size
   ours            our speed, 10^6 bytes a second
-  peer_name       the peer, of a Deflate encoder with the fastest level that compresses as well; empty where there is none
+  peer_name       the peer, for a Deflate encoder with the fastest level that compresses as well; empty if there is none
   peer            its speed
   ratio           ours over peer
   kind            "peer", or "yardstick" for other work on the same data
@@ -202,7 +202,8 @@ def report_levels(family: Family) -> list:
                     level = fair_level(family, peer, case, ours) if ours.output else None
                     if level:
                         rows.append(alone._replace(peer_name=f"{peer}-{level[0]}", peer=level[1]))
-                        line += ["-" + level[0], f"{level[1].percent:.2f}", number(level[1].speed), ratio_text(rows[-1])]
+                        line += ["-" + level[0], f"{level[1].percent:.2f}", number(level[1].speed),
+                                 ratio_text(rows[-1])]
                     else:
                         line += ["none" if ours.output else "", "", "", ""]
                 lines.append(line)
@@ -244,7 +245,7 @@ def report_slower(rows: list):
 
 
 def bars_of(family: Family, rows: list) -> list:
-    """The chart's bars, yardsticks left out: of files those over all of them, of sizes a short, a middle and the longest."""
+    """The chart's bars, without yardsticks: of files those over all, of sizes a short, a middle and the longest."""
     cases = family.cases
     if family.of_files:
         cases = cases[-1:]

@@ -206,6 +206,10 @@ def page(path: pathlib.Path, text: str) -> str:
             return words
         return file if words in (found.name, str(found.relative_to(ROOT))) else f"{words} ({file})"
 
+    def function(match) -> str:
+        name = match[1]
+        return f"<code>@link {name} {name} @endlink</code>" if name in EXPORTS else match[0]
+
     out = []
     fenced = False
     for number, line in enumerate(text.split("\n")):
@@ -214,8 +218,7 @@ def page(path: pathlib.Path, text: str) -> str:
             line = line.replace("```c", "```{.c}") if re.fullmatch("```c", line) else line
         elif not fenced:
             line = re.sub(r"!?\[([^\]]*)\]\(([^)\s]*)\)", link, line)
-            line = re.sub(r"`(zel\w+)`", lambda m: f"<code>@link {m[1]} {m[1]} @endlink</code>" if m[1] in EXPORTS else m[0],
-                          line)
+            line = re.sub(r"`(zel\w+)`", function, line)
         if number == 0 and line.startswith("# "):
             line += f" {{#{'mainpage' if start else page_label(path)}}}"
         out.append(line)
