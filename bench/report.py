@@ -81,7 +81,8 @@ def number(value: float) -> str:
 
 
 def ratio_text(row: Row) -> str:
-    return f"{row.ratio:.2f}" + (f" {SLOWER}" if row.slower else "  ")
+    digits = 2 if row.ratio >= 0.1 else 4
+    return f"{row.ratio:.{digits}f}" + (f" {SLOWER}" if row.slower else "  ")
 
 
 def print_table(header: list, rows: list):
@@ -237,7 +238,7 @@ def report_slower(rows: list):
     slower = sorted((row for row in compared if row.slower), key=lambda row: row.ratio)
     print(f"\nBelow 1.0: {len(slower)} of {len(compared)} rows, the slowest first")
     if slower:
-        lines = [[TITLES.get(row.family, row.family), row.label, row.peer_name, f"{row.ratio:.2f} {SLOWER}"]
+        lines = [[TITLES.get(row.family, row.family), row.label, row.peer_name, ratio_text(row)]
                  for row in slower]
         widths = [max(len(line[i]) for line in lines) for i in range(4)]
         for line in lines:
