@@ -55,7 +55,14 @@ void Output::Drain() {
   const int32_t used = size_ - room;
   next -= used;
   room = size_;
+  drained += static_cast<size_t>(used);
   if (copy_) copy_->insert(copy_->end(), next, next + used);
+}
+
+std::vector<size_t> LadderSizes(size_t largest) {
+  std::vector<size_t> sizes;
+  for (size_t size = 64; size <= std::min(largest, size_t{16} << 20); size *= 8) sizes.push_back(size);
+  return sizes;
 }
 
 void Register(const std::string& name, size_t bytes, std::function<Task()> make) {

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -72,11 +73,14 @@ class Output {
  public:
   // copy: what is emptied is appended there; null while the time counts
   Output(Buffers buffers, size_t whole, Bytes* copy = nullptr);
+  // Memory of the caller's own, for all of the output.
+  Output(uint8_t* memory, size_t size) : next(memory), room(static_cast<int32_t>(size)), size_(room), copy_(nullptr) {}
 
   void Drain();  // also due once at the end
 
   uint8_t* next;
   int32_t room;
+  size_t drained = 0;  // bytes so far
 
  private:
   int32_t size_;
@@ -98,18 +102,23 @@ void Register(const std::string& name, size_t bytes, std::function<Task()> make)
 void SetThreads(int32_t count);
 
 // The families.
-void RegisterChecksums(bool ladder);
+void RegisterChecksums(size_t largest);
 void RegisterBwt(Sample& sample);
 void RegisterBzip2Chain(Sample& sample);
 void RegisterReduction();
 void RegisterBzip2Stages(Sample& sample);
 void RegisterBzip2Huffman(Sample& sample);
 void RegisterGit(Sample& sample);
-void RegisterVlc();
+void RegisterVlc(size_t largest);
 void RegisterHuffman(Sample& sample);
 void RegisterInflate(Sample& sample);
-void InflateByBlocks(const Input& in, Output& out);  // a part of these
+void InflateWhole(const Input& in, Output& out);     // parts of these: the byte path,
+void InflateByBlocks(const Input& in, Output& out);  // one-call decoding
 void RegisterLzo(Sample& sample);
 void RegisterDeflate(Sample& sample);
 void RegisterLzss(Sample& sample);
 void RegisterDeflateHelpers(Sample& sample);
+void RegisterSizes(const std::vector<std::unique_ptr<Sample>>& samples, size_t largest);  // one-shot coders by size
+
+// 64 bytes to 16 MiB: what calls of one-shot stages are measured on to show how their cost depends on the size.
+std::vector<size_t> LadderSizes(size_t largest);

@@ -125,9 +125,9 @@ void RegisterChecksum(const char* stage, const char* coder, size_t size, Checksu
 
 }  // namespace
 
-void RegisterChecksums(bool ladder) {
-  std::vector<size_t> sizes = {64, 1024, 65536, kLargest};
-  if (ladder) sizes.insert(sizes.begin(), {1, 8, 16, 32});
+void RegisterChecksums(size_t largest) {
+  std::vector<size_t> sizes = LadderSizes(std::min(largest, kLargest));
+  sizes.insert(sizes.begin(), {1, 8, 16, 32});
   for (size_t size : sizes) {
     RegisterChecksum<ZeldcAdler32>("adler32", "zeldc", size, ZlibAdler32);
     RegisterChecksum<ZlibAdler32>("adler32", "zlib", size, ZlibAdler32);

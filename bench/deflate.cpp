@@ -199,6 +199,11 @@ void RegisterLibdeflate(Sample& sample, int level) {
 
 }  // namespace
 
+void DeflateFast(const Input& in, Output& out) {
+  static const std::shared_ptr<zelLZ77State> state = MakeEncoder(zelLZ77LevelFast);
+  Deflate(state.get(), in, out);
+}
+
 void CheckDeflated(const std::string& name, const Bytes& deflated, const Bytes& data) {
   Bytes decoded(data.size());
   libdeflate_decompressor* decompressor = libdeflate_alloc_decompressor();

@@ -9,6 +9,9 @@
 // Room for what any of the encoders makes of incompressible data.
 inline size_t DeflateBound(size_t size) { return size + size / 64 + 4096; }
 
+// The fast level of the stateful encoder.
+void DeflateFast(const Input& in, Output& out);
+
 // Ends the program unless libdeflate makes `data` of the stream.
 void CheckDeflated(const std::string& name, const Bytes& deflated, const Bytes& data);
 

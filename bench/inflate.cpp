@@ -175,9 +175,13 @@ void RegisterDecoder(Sample& sample, Buffers buffers, const char* coder, Decode 
 
 }  // namespace
 
-void RegisterInflate(Sample& sample) {
+void InflateWhole(const Input& in, Output& out) {
   // One of each coder for all files: a program decodes many streams with one record.
   static const std::shared_ptr<zelLZ77State> bytes = MakeDecoder();
+  InflateBytes(bytes.get(), in, out);
+}
+
+void RegisterInflate(Sample& sample) {
   static const std::shared_ptr<zelLZ77State> pairs = MakeDecoder();
   static z_stream z{};
   static const int ready = inflateInit2(&z, -15);
@@ -185,7 +189,7 @@ void RegisterInflate(Sample& sample) {
   static libdeflate_decompressor* const libdeflate = libdeflate_alloc_decompressor();
 
   for (Buffers buffers : {Buffers::kWhole, Buffers::k64KiB}) {
-    RegisterDecoder(sample, buffers, "zeldc", [](Input in, Output& out) { InflateBytes(bytes.get(), in, out); });
+    RegisterDecoder(sample, buffers, "zeldc", InflateWhole);
     RegisterDecoder(sample, buffers, "zeldc-pairs", [](Input in, Output& out) { InflatePairs(pairs.get(), in, out); });
     RegisterDecoder(sample, buffers, "zeldc-one-call", InflateByBlocks);
     RegisterDecoder(sample, buffers, "zlib", [](Input in, Output& out) { ZlibInflate(&z, in, out); });

@@ -58,10 +58,21 @@ void CopyStored(Source& source, Sink& sink) {
   source.Take(source.count % 8);
   uint32_t left = source.Take(16);
   source.Take(16);
-  for (; left > 0; --left) {
+  while (left > 0) {
     if (sink.out.room == 0) sink.Drain();
-    *sink.out.next++ = static_cast<uint8_t>(source.Take(8));
-    --sink.out.room;
+    uint32_t count = 1;
+    if (source.count > 0) {  // bytes that have been read already
+      *sink.out.next = static_cast<uint8_t>(source.Take(8));
+    } else {
+      if (source.in.left == 0 && !source.in.Refill()) Fail("the one-call decoder wants more than the whole stream");
+      count = std::min({left, static_cast<uint32_t>(source.in.left), static_cast<uint32_t>(sink.out.room)});
+      std::memcpy(sink.out.next, source.in.next, count);
+      source.in.next += count;
+      source.in.left -= static_cast<int32_t>(count);
+    }
+    sink.out.next += count;
+    sink.out.room -= static_cast<int32_t>(count);
+    left -= count;
   }
 }
 

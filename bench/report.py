@@ -1,122 +1,88 @@
 #!/usr/bin/env python3
-"""Prints bench_zeldc's measurements as tables beside the peers, and draws the ratios as a chart.
+"""Prints bench_zeldc's measurements as tables beside the peers, and what is slower than a peer once more at the end.
 
-Usage: report.py MEASUREMENTS.json [CHART.svg]
+Usage: report.py MEASUREMENTS.json [--table TABLE.tsv] [--chart RATIOS.svg] [--sizes SIZES.svg]
 
-A benchmark is called family/stage/coder/case. Coders called zeldc or zeldc-something are ours, the others are peers.
-A ratio is our speed over the peer's: above 1 we are faster. Speeds are medians over the repetitions, in 10^6 bytes of
-uncompressed data a second of processor time, for dictionary reduction of real time.
+A ratio is our speed over the peer's: above 1 we are faster, below 1 a mark stands behind it. The table has a line for
+each pair of rows, with columns separated by tabs and named in its first line:
+
+  family, stage   as in the names of benchmarks
+  case            our variant, where there are several, and where a family is measured by size, the size
+  file            the file; "all files" for the sum; empty where a family is measured by size
+  ours            our speed, 10^6 bytes a second
+  peer_name       the peer, for a Deflate encoder with the fastest level that compresses as well; empty if there is none
+  peer            its speed
+  ratio           ours over peer
+  kind            "peer", or "yardstick" for other work on the same data
+  ours_bytes, peer_bytes   compressed sizes, where something is compressed
 """
 
-import json
+import argparse
 import re
-import statistics
 import sys
-from collections import defaultdict
 from typing import NamedTuple, Optional
 
-from chart import draw
+import chart
+import size_chart
+from measurements import ALL_FILES, LADDERS, TITLES, Family, Result, is_ours, read, stage_name
 
-TITLES = {"checksum": "Checksums", "bwt": "Burrows-Wheeler transform", "stages": "Stages of block sorting",
-          "bzip2-huffman": "bzip2 Huffman stage",
-          "vlc": "Variable-length codes, by the block",
-          "bzip2": "bzip2, the whole chain in one thread", "reduction": "Dictionary reduction",
-          "git": "Interval coding", "huffman": "Byte Huffman coder",
-          "inflate": "Deflate decoding", "deflate": "Deflate encoding",
-          "lzss": "LZSS", "lzo": "LZO", "lzo-threads": "LZO by threads"}
-STAGES = {"adler32": "Adler-32", "crc32": "CRC-32", "crc32c": "CRC-32C", "crc32bz2": "bzip2 CRC",
-          "mtf-forward": "move-to-front", "mtf-inverse": "inverse move-to-front",
-          "zero-run-encode": "zero runs, encoding", "zero-run-decode": "zero runs, decoding",
-          "run-length-encode": "bzip2 run lengths, encoding", "run-length-decode": "bzip2 run lengths, decoding",
-          "pairs-encode": "plain run lengths, encoding", "pairs-decode": "plain run lengths, decoding",
-          "bytes-encode": "encoding", "bytes-decode": "decoding",
-          "init": "making of codes", "count": "counting of bits",
-          "encode": "writing of symbols", "decode": "reading of a block",
-          "compress": "compressing", "decompress": "decompressing",
-          "encode-64KiB": "encoding, blocks of 64 KiB", "decode-64KiB": "decoding, blocks of 64 KiB",
-          "encode-1MiB": "encoding, blocks of 1 MiB", "decode-1MiB": "decoding, blocks of 1 MiB",
-          "whole": "whole buffers", "64KiB": "64 KiB buffers"}
-# Families whose cases are files; elsewhere they are sizes.
-OF_FILES = ("bwt", "stages", "bzip2-huffman", "bzip2", "git", "huffman", "inflate", "deflate", "lzss", "lzo",
-            "lzo-threads")
-ALL_FILES = "all files"
-REAL_TIME = "/real_time"  # ends the names of benchmarks with threads, whose speed the clock on the wall tells
+SLOWER = "▼"  # behind a ratio below 1
 
 
-class Result(NamedTuple):
-    size: float  # bytes of uncompressed data
-    seconds: float
-    output: float  # bytes of compressed data; 0 where nothing is compressed
-    symbols: float  # worked on; 0 where there are none
+class Row(NamedTuple):
+    """One of our results beside one peer's, or none."""
+
+    family: str
+    stage: str
+    coder: str
+    case: str
+    of_files: bool
+    ours: Result
+    peer_name: str = ""
+    peer: Optional[Result] = None
+    yardstick: bool = False
 
     @property
-    def speed(self) -> float:
-        return self.size / self.seconds / 1e6
+    def ratio(self) -> float:
+        return self.ours.speed / self.peer.speed
 
     @property
-    def percent(self) -> float:
-        return 100 * self.output / self.size
+    def label(self) -> str:
+        return row_label(self.family, self.stage, self.coder, self.case)
+
+    @property
+    def slower(self) -> bool:
+        return self.peer is not None and not self.yardstick and self.ratio < 1
+
+    def columns(self) -> list:
+        variant = variant_of(self.coder)
+        case, file = (variant, self.case) if self.of_files else (", ".join(filter(None, (variant, self.case))), "")
+        columns = [self.family, self.stage, case, file, f"{self.ours.speed:.2f}", self.peer_name]
+        columns += [f"{self.peer.speed:.2f}", f"{self.ratio:.3f}"] if self.peer else ["", ""]
+        columns.append("" if not self.peer else "yardstick" if self.yardstick else "peer")
+        for result in self.ours, self.peer:
+            columns.append(f"{result.output:.0f}" if result and result.output else "")
+        return columns
 
 
-class Family:
-    """The results of one family by stage, coder and case; the orders are those of registration."""
-
-    def __init__(self, of_files: bool):
-        self.of_files = of_files
-        self.results = {}
-        self.stages, self.coders, self.cases = [], [], []
-
-    def add(self, stage: str, coder: str, case: str, result: Result):
-        self.results[stage, coder, case] = result
-        for seen, name in (self.stages, stage), (self.coders, coder), (self.cases, case):
-            if name not in seen:
-                seen.append(name)
-
-    def get(self, stage: str, coder: str, case: str) -> Optional[Result]:
-        return self.results.get((stage, coder, case))
-
-    def ours(self):
-        return [coder for coder in self.coders if is_ours(coder)]
-
-    def add_all_files(self):
-        """Adds the sums over all files as one more case."""
-        files = list(self.cases)
-        if len(files) < 2:
-            return
-        for stage in self.stages:
-            for coder in self.coders:
-                parts = [self.get(stage, coder, case) for case in files]
-                if None not in parts:
-                    self.add(stage, coder, ALL_FILES, Result(*(sum(column) for column in zip(*parts))))
+COLUMNS = ["family", "stage", "case", "file", "ours", "peer_name", "peer", "ratio", "kind", "ours_bytes", "peer_bytes"]
 
 
-def is_ours(coder: str) -> bool:
-    return coder == "zeldc" or coder.startswith("zeldc-")
+def variant_of(coder: str) -> str:
+    return coder.removeprefix("zeldc").removeprefix("-")
 
 
-def read(path: str) -> dict:
-    with open(path, encoding="utf-8") as file:
-        entries = sorted(json.load(file)["benchmarks"], key=lambda entry: entry["family_index"])  # as registered
-    samples = defaultdict(list)
-    for entry in entries:
-        if entry.get("run_type", "iteration") == "iteration":
-            unit = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[entry["time_unit"]]
-            name = entry["name"].removesuffix(REAL_TIME)
-            seconds = entry["cpu_time" if name == entry["name"] else "real_time"] * unit
-            samples[name].append(
-                Result(entry["bytes_per_second"] * seconds, seconds, entry.get("output", 0),
-                       entry.get("symbols", 0)))
-    families = {}
-    for name, runs in samples.items():
-        key, stage, coder, case = name.split("/", 3)
-        family = families.setdefault(key, Family(key in OF_FILES))
-        seconds = statistics.median(run.seconds for run in runs)
-        family.add(stage, coder, case if family.of_files else size_label(case), runs[0]._replace(seconds=seconds))
-    return families
+def row_label(family: str, stage: str, coder: str, case: str) -> str:
+    return ", ".join(part for part in (stage_name(family, stage), variant_of(coder), case) if part)
 
 
 def number(value: float) -> str:
     return f"{value:,.0f}" if value >= 100 else f"{value:.1f}"
+
+
+def ratio_text(row: Row) -> str:
+    digits = 2 if row.ratio >= 0.1 else 4
+    return f"{row.ratio:.{digits}f}" + (f" {SLOWER}" if row.slower else "  ")
 
 
 def print_table(header: list, rows: list):
@@ -127,80 +93,85 @@ def print_table(header: list, rows: list):
         print("  ".join(cells).rstrip())
 
 
-def size_label(text: str) -> str:
-    size = int(text)
-    for unit, name in ((1 << 20, "MiB"), (1 << 10, "KiB")):
-        if size >= unit:
-            return f"{size // unit} {name}"
-    return f"{size} B"
-
-
-def side_by_side(family: Family):
-    """Rows that meet each of our coders with every peer of the same stage and case.
-
-    Yields the row's stage, coder, case, our result, and (peer, result) pairs.
-    """
+def rows_of(family: Family):
+    """Each of our results, as a list of rows beside every peer of the same stage and case, or one without a peer."""
     for stage in family.stages:
         for coder in family.ours():
             for case in family.cases:
                 ours = family.get(stage, coder, case)
-                peers = [(peer, family.get(stage, peer, case)) for peer in family.coders if not is_ours(peer)]
-                peers = [(peer, result) for peer, result in peers if result]
-                if ours and peers:
-                    yield stage, coder, case, ours, peers
+                if not ours:
+                    continue
+                alone = Row(family.name, stage, coder, case, family.of_files, ours)
+                rows = []
+                for peer in family.coders:
+                    result = None if is_ours(peer) else family.get(stage, peer, case)
+                    if result:
+                        rows.append(alone._replace(peer_name=peer, peer=result, yardstick=family.is_yardstick(peer)))
+                yield rows or [alone]
 
 
-def row_label(stage: str, coder: str, case: str) -> str:
-    path = coder.removeprefix("zeldc").removeprefix("-")
-    return ", ".join(part for part in (STAGES.get(stage, stage), path, case) if part)
-
-
-def report_side_by_side(family: Family):
-    """Prints every row; returns the chart's bars: of files, only those over all of them."""
-    peers = [coder for coder in family.coders if not is_ours(coder)]
-    header = ["", "zeldc"] + [cell for peer in peers for cell in (peer, "ratio")]
-    rows, bars = [], []
-    for stage, coder, case, ours, results in side_by_side(family):
-        found = dict(results)
-        row = [row_label(stage, coder, case), number(ours.speed)]
+def report_side_by_side(family: Family) -> list:
+    """Prints every row, a table for the stages that have the same peers; returns the rows."""
+    all_rows = []
+    tables = {}  # by the peers' names, which their order of registration sorts
+    for rows in rows_of(family):
+        all_rows += rows
+        peers = tuple(peer for peer in family.coders if family.has(rows[0].stage, peer) and not is_ours(peer))
+        found = {row.peer_name: row for row in rows}
+        line = [rows[0].label, number(rows[0].ours.speed)]
         for peer in peers:
-            row += [number(found[peer].speed), f"{ours.speed / found[peer].speed:.2f}"] if peer in found else ["", ""]
-        rows.append(row)
-        if case == family.cases[-1] or not family.of_files:
-            label = row_label(stage, coder, "" if case == ALL_FILES else case)
-            bars.append((label, [(peer, ours.speed / result.speed, "") for peer, result in results]))
-    print_table(header, rows)
-    report_sizes(family)
+            line += [number(found[peer].peer.speed), ratio_text(found[peer])] if peer in found else ["", ""]
+        tables.setdefault(peers, []).append(line)
+    for i, (peers, lines) in enumerate(tables.items()):
+        if i:
+            print()
+        print_table(["", "zeldc"] + [cell for peer in peers for cell in (peer, "ratio  ")], lines)
+    report_sizes(all_rows)
     report_symbols(family)
-    return bars
+    report_cost(family)
+    return all_rows
 
 
-def report_sizes(family: Family):
+def report_sizes(rows: list):
     """Prints what a stage that compresses makes of the files, beside the peers."""
-    rows = []
-    for stage, coder, case, ours, peers in side_by_side(family):
-        for peer, result in peers:
-            if ours.output and result.output:
-                larger = 100 * (ours.output / result.output - 1)
-                rows.append([row_label(stage, coder, case), f"{ours.output:,.0f}", peer, f"{result.output:,.0f}",
-                             f"{larger:+.2f}"])
-    if rows:
+    lines = []
+    for row in rows:
+        if row.peer and row.ours.output and row.peer.output:
+            larger = 100 * (row.ours.output / row.peer.output - 1)
+            lines.append([row.label, f"{row.ours.output:,.0f}", row.peer_name, f"{row.peer.output:,.0f}",
+                          f"{larger:+.2f}"])
+    if lines:
         print("\nCompressed bytes")
-        print_table(["", "zeldc", "peer", "", "% larger"], rows)
+        print_table(["", "zeldc", "peer", "", "% larger"], lines)
 
 
 def report_symbols(family: Family):
     """Prints the time for a symbol where a family works on symbols."""
-    rows = []
+    lines = []
     for stage in family.stages:
         for coder in family.coders:
             results = [family.get(stage, coder, case) for case in family.cases]
             if all(result and result.symbols for result in results):
                 times = [f"{1e9 * result.seconds / result.symbols:.2f}" for result in results]
-                rows.append([STAGES.get(stage, stage) + ", " + coder] + times)
-    if rows:
+                lines.append([stage_name(family.name, stage) + ", " + coder] + times)
+    if lines:
         print("\nNanoseconds a symbol")
-        print_table([""] + family.cases, rows)
+        print_table([""] + family.cases, lines)
+
+
+def report_cost(family: Family):
+    """Prints the time for a byte by the size of calls."""
+    if family.name not in LADDERS:
+        return
+    lines = []
+    for stage in family.stages:
+        for coder in family.coders:
+            results = [family.get(stage, coder, case) for case in family.cases]
+            if any(results):
+                times = [f"{1e9 * result.seconds / result.size:.3f}" if result else "" for result in results]
+                lines.append([stage_name(family.name, stage) + ", " + coder] + times)
+    print("\nNanoseconds a byte")
+    print_table([""] + family.cases, lines)
 
 
 def fair_level(family: Family, peer: str, case: str, ours: Result):
@@ -214,59 +185,101 @@ def fair_level(family: Family, peer: str, case: str, ours: Result):
     return max(levels, key=lambda level: level[1].speed, default=None)
 
 
-def report_levels(family: Family):
-    """Prints our levels, each beside the peers' fastest level that compresses at least as well; returns the bars."""
+def report_levels(family: Family) -> list:
+    """Prints our levels, each beside the peers' fastest level that compresses at least as well; returns the rows."""
     peers = list(dict.fromkeys(re.sub(r"-\d+$", "", coder) for coder in family.coders if not is_ours(coder)))
-    header = ["", "%", "zeldc"] + [cell for peer in peers for cell in (peer, "%", "MB/s", "ratio")]
-    rows, bars = [], []
+    header = ["", "%", "zeldc"] + [cell for peer in peers for cell in (peer, "%", "MB/s", "ratio  ")]
+    lines, all_rows = [], []
     for stage in family.stages:
         for coder in family.ours():
             for case in family.cases:
                 ours = family.get(stage, coder, case)
-                if not ours or not ours.output:
+                if not ours:
                     continue
-                row = [row_label(stage, coder, case), f"{ours.percent:.2f}", number(ours.speed)]
-                ratios = []
+                alone = Row(family.name, stage, coder, case, True, ours)
+                line = [alone.label, f"{ours.percent:.2f}" if ours.output else "", number(ours.speed)]
+                rows = []
                 for peer in peers:
-                    level = fair_level(family, peer, case, ours)
+                    level = fair_level(family, peer, case, ours) if ours.output else None
                     if level:
-                        ratio = ours.speed / level[1].speed
-                        row += ["-" + level[0], f"{level[1].percent:.2f}", number(level[1].speed), f"{ratio:.2f}"]
-                        ratios.append((peer, ratio, f" level {level[0]}"))
+                        rows.append(alone._replace(peer_name=f"{peer}-{level[0]}", peer=level[1]))
+                        line += ["-" + level[0], f"{level[1].percent:.2f}", number(level[1].speed),
+                                 ratio_text(rows[-1])]
                     else:
-                        row += ["none", "", "", ""]
-                rows.append(row)
-                if case == family.cases[-1] and ratios:
-                    bars.append((row_label(stage, coder, "" if case == ALL_FILES else case), ratios))
-    print_table(header, rows)
+                        line += ["none" if ours.output else "", "", "", ""]
+                lines.append(line)
+                all_rows += rows or [alone]
+    print_table(header, lines)
     print("\nA peer's level is the fastest that compresses at least as well as ours; none: no level does.")
 
     case = family.cases[-1]
-    rows = []
+    lines = []
     for coder in family.ours():
         search, blocks = family.get("search", coder, case), family.get("blocks", coder, case)
         if search and blocks:
             share = 100 * blocks.seconds / (blocks.seconds + search.seconds)
-            rows.append([coder, number(search.speed), number(blocks.speed), f"{share:.1f}"])
-    if rows:
+            lines.append([coder, number(search.speed), number(blocks.speed), f"{share:.1f}"])
+    if lines:
         print(f"\nParts, {case}")
-        print_table(["", "search", "block writing", "% of the time"], rows)
+        print_table(["", "search", "block writing", "% of the time"], lines)
 
-    rows = []
+    lines = []
     for coder in family.coders:
         result = family.get("whole", coder, case)
         if result:
-            rows.append([coder, f"{result.percent:.2f}", number(result.speed)])
+            lines.append([coder, f"{result.percent:.2f}", number(result.speed)])
     print(f"\nLevels, {case}, whole buffers")
-    print_table(["", "%", "MB/s"], rows)
-    return bars
+    print_table(["", "%", "MB/s"], lines)
+    return all_rows
+
+
+def report_slower(rows: list):
+    compared = [row for row in rows if row.peer and not row.yardstick]
+    slower = sorted((row for row in compared if row.slower), key=lambda row: row.ratio)
+    print(f"\nBelow 1.0: {len(slower)} of {len(compared)} rows, the slowest first")
+    if slower:
+        lines = [[TITLES.get(row.family, row.family), row.label, row.peer_name, ratio_text(row)]
+                 for row in slower]
+        widths = [max(len(line[i]) for line in lines) for i in range(4)]
+        for line in lines:
+            print("  ".join(cell.ljust(width) for cell, width in zip(line, widths)).rstrip())
+
+
+def bars_of(family: Family, rows: list) -> list:
+    """The chart's bars, without yardsticks: of files those over all, of sizes a short, a middle and the longest."""
+    cases = family.cases
+    if family.of_files:
+        cases = cases[-1:]
+    elif family.name in LADDERS:
+        cases = ["64 B", "32 KiB", cases[-1]]
+    if family.name == "sizes":
+        return []  # has a chart of its own
+    bars = {}
+    for row in rows:
+        if row.case in cases and row.peer and not row.yardstick:
+            label = row_label(row.family, row.stage, row.coder, "" if row.case == ALL_FILES else row.case)
+            level = f" level {row.peer_name.rsplit('-', 1)[1]}" if family.name == "deflate" else ""
+            name = row.peer_name.rsplit("-", 1)[0] if level else row.peer_name
+            bars.setdefault(label, []).append((name, row.ratio, level))
+    return list(bars.items())
+
+
+def write(path: str, text: str):
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(text)
 
 
 def main():
-    if len(sys.argv) not in (2, 3):
-        sys.exit(__doc__)
-    families = read(sys.argv[1])
-    sections, size = [], 0
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("measurements")
+    parser.add_argument("--table", help="write all rows there, separated by tabs")
+    parser.add_argument("--chart", help="draw the ratios there")
+    parser.add_argument("--sizes", help="draw the cost by size there")
+    arguments = parser.parse_args()
+    sys.stdout.reconfigure(encoding="utf-8")
+
+    families = read(arguments.measurements)
+    sections, all_rows, size = [], [], 0
     for name, family in families.items():
         if family.of_files:
             size = sum(result.size for (stage, coder, _), result in family.results.items()
@@ -274,12 +287,19 @@ def main():
             family.add_all_files()
         title = TITLES.get(name, name)
         print(f"\n{title} (MB/s)")
-        bars = report_levels(family) if name == "deflate" else report_side_by_side(family)
-        sections.append((title, bars))
-    if len(sys.argv) == 3:
-        note = f"files of {size / 1e6:.1f} MB in all" if size else ""
-        with open(sys.argv[2], "w", encoding="utf-8") as file:
-            file.write(draw(sections, note))
+        rows = report_levels(family) if name == "deflate" else report_side_by_side(family)
+        all_rows += rows
+        sections.append((title, bars_of(family, rows)))
+    report_slower(all_rows)
+
+    note = f"files of {size / 1e6:.1f} MB in all" if size else ""
+    if arguments.table:
+        lines = [COLUMNS] + [row.columns() for row in all_rows]
+        write(arguments.table, "".join("\t".join(line) + "\n" for line in lines))
+    if arguments.chart:
+        write(arguments.chart, chart.draw(sections, note))
+    if arguments.sizes:
+        write(arguments.sizes, size_chart.draw([families[name] for name in LADDERS if name in families]))
 
 
 if __name__ == "__main__":
