@@ -7,7 +7,7 @@
 #if defined(_WIN32)
 #if defined(ZELDC_BUILD)
 #define ZELDC_API __declspec(dllexport)
-#elif defined(ZELDC_STATIC) /* the DLL's functions, too, if a little slower */
+#elif defined(ZELDC_STATIC) /* for the static library; the DLL's functions are found, too */
 #define ZELDC_API
 #else
 #define ZELDC_API __declspec(dllimport)
