@@ -17,3 +17,12 @@ if(processor MATCHES "^(x86_64|amd64|i[3-6]86|x86)$")
     message(FATAL_ERROR "ZELDC_CPU is '${ZELDC_CPU}'; it must be x86-64-v3, baseline or native")
   endif()
 endif()
+
+if(MINGW)
+  # Windows aligns the stack to 16 bytes, and 32-bit callers to 4: vectors are moved unaligned, and the stack is aligned
+  # where that is not enough.
+  list(APPEND zeldc_cpu_flags -Wa,-muse-unaligned-vector-move)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    list(APPEND zeldc_cpu_flags -mstackrealign)
+  endif()
+endif()

@@ -7,6 +7,8 @@
 #if defined(_WIN32)
 #if defined(ZELDC_BUILD)
 #define ZELDC_API __declspec(dllexport)
+#elif defined(ZELDC_STATIC) /* for the static library; the DLL's functions are found, too */
+#define ZELDC_API
 #else
 #define ZELDC_API __declspec(dllimport)
 #endif

@@ -3,7 +3,7 @@
 #include "check.h"
 
 void CallTransform(void) {
-  static uint8_t column[kTextLen], small[kTextLen], back[kTextLen];
+  PER_THREAD uint8_t column[kTextLen], small[kTextLen], back[kTextLen];
   uint8_t* buffer;
   int32_t size = 0, index = -1, small_index = -1;
   CHECK(zelsBWTFwdGetSize_8u(kTextLen, &size) == zelOk);
@@ -27,7 +27,7 @@ void CallTransform(void) {
 }
 
 static void CallMoveToFront(void) {
-  static uint8_t ranks[kTextLen], back[kTextLen];
+  PER_THREAD uint8_t ranks[kTextLen], back[kTextLen];
   zelMTFState *forward, *inverse = NULL;
   int32_t size = 0;
   CHECK(zelsMTFGetSize_8u(&size) == zelOk && size == (int32_t)sizeof(zelMTFState));

@@ -5,8 +5,8 @@
 enum { kSymbols = 500, kAlphabet = 20 };
 
 void CallBzip2Huffman(void) {
-  static uint16_t symbols[kSymbols], back[kSymbols + 1];
-  static uint8_t bits[4000];
+  PER_THREAD uint16_t symbols[kSymbols], back[kSymbols + 1];
+  PER_THREAD uint8_t bits[4000];
   uint32_t freq[kAlphabet] = {0}, code = 0, read_code = 0;
   zelBZ2HuffEncodeState *encoder, *allocated_encoder = NULL;
   zelBZ2HuffDecodeState *decoder, *allocated_decoder = NULL;

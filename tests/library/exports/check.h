@@ -16,6 +16,9 @@
     }                                                                       \
   } while (0)
 
+/* For buffers: what runs on several threads at once shares nothing. */
+#define PER_THREAD static __thread
+
 /* Some text with repetitions: sampleText[0..kTextLen-1]. */
 enum { kTextLen = 3000 };
 extern uint8_t sampleText[kTextLen];

@@ -3,7 +3,7 @@
 #include "check.h"
 
 static void CallLzss(void) {
-  static uint8_t stream[2 * kTextLen], back[kTextLen];
+  PER_THREAD uint8_t stream[2 * kTextLen], back[kTextLen];
   zelLZSSState *encoder, *decoder, *allocated_encoder = NULL, *allocated_decoder = NULL;
   uint8_t *src = sampleText, *dst = stream;
   int32_t size = 0, len = kTextLen, room = sizeof(stream);
@@ -30,7 +30,7 @@ static void CallLzss(void) {
 }
 
 static void CallLzo(void) {
-  static uint8_t stream[2 * kTextLen], back[kTextLen];
+  PER_THREAD uint8_t stream[2 * kTextLen], back[kTextLen];
   zelLZOState* state;
   uint32_t len = 0, room = kTextLen;
   int32_t size = 0;
@@ -47,7 +47,7 @@ static void CallLzo(void) {
 }
 
 static void CallReduction(void) {
-  static uint8_t bytes[kTextLen];
+  PER_THREAD uint8_t bytes[kTextLen];
   uint8_t in_use[256] = {0};
   int32_t i, values = 0, count = 0;
   for (i = 0; i < kTextLen; ++i) in_use[sampleText[i]] = 1;

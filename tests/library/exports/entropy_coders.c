@@ -3,7 +3,7 @@
 #include "check.h"
 
 void CallByteHuffman(void) {
-  static uint8_t coded[2 * kTextLen + 8], back[kTextLen];
+  PER_THREAD uint8_t coded[2 * kTextLen + 8], back[kTextLen];
   zelHuffState *encoder, *decoder, *allocated = NULL;
   int32_t freq[256] = {0}, lens[256], lens_back[256];
   int32_t i, size = 0, coded_room = 0, decoded_room = 0, filled = 0, rest = 0, packed_len, room = kTextLen;
@@ -42,7 +42,7 @@ void CallByteHuffman(void) {
 
 void CallIntervals(void) {
   enum { kBlock = 5000, kContainer = 20000 };
-  static uint8_t container[kContainer], again[kContainer], back[kBlock];
+  PER_THREAD uint8_t container[kContainer], again[kContainer], back[kBlock];
   zelGITEncodeState *encoder, *allocated_encoder = NULL;
   zelGITDecodeState *decoder, *allocated_decoder = NULL;
   int32_t size = 0, len = 0, len_again = 0, len_back = 0;

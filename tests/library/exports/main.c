@@ -1,5 +1,7 @@
 /* A C program that calls every export of the library with some real work, and checks what comes of it. */
 
+#include <pthread.h>
+
 #include "check.h"
 
 uint8_t sampleText[kTextLen];
@@ -11,7 +13,26 @@ void* DirtyMemory(int32_t len) {
   return memory;
 }
 
-int main(void) {
+/* The decoder reads what the encoder has written. */
+static void CallDeflate(void) {
+  CallEncoder();
+  CallDecoder();
+}
+
+static void (*const kFamilies[])(void) = {
+    CallVersionAndChecksums, CallTransform,   CallRunLengths, CallBzip2Huffman,        CallDeflate,
+    CallOneCallDeflate,      CallByteHuffman, CallIntervals,  CallVariableLengthCodes, CallDictionaryCoders,
+};
+enum { kNumFamilies = sizeof(kFamilies) / sizeof(kFamilies[0]), kMaxThreads = 64 };
+
+static void* CallAllFrom(void* first) {
+  size_t start = *(const size_t*)first;
+  for (size_t i = 0; i < kNumFamilies; ++i) kFamilies[(start + i) % kNumFamilies]();
+  return NULL;
+}
+
+/* Without an argument one thread does everything once; else so many do at once, each beginning elsewhere. */
+int main(int argc, char** argv) {
   static const char* const kWords[] = {"tick ", "tock ", "ding ", "dong ", "cuckoo "};
   uint32_t random = 1;
   size_t filled = 0;
@@ -24,16 +45,15 @@ int main(void) {
     random = random * 1103515245u + 12345u;
   }
 
-  CallVersionAndChecksums();
-  CallTransform();
-  CallRunLengths();
-  CallBzip2Huffman();
-  CallEncoder();
-  CallDecoder();
-  CallOneCallDeflate();
-  CallByteHuffman();
-  CallIntervals();
-  CallVariableLengthCodes();
-  CallDictionaryCoders();
+  int numThreads = argc > 1 ? atoi(argv[1]) : 0;
+  CHECK(numThreads >= 0 && numThreads <= kMaxThreads);
+  pthread_t threads[kMaxThreads];
+  size_t first[kMaxThreads] = {0};
+  if (numThreads == 0) CallAllFrom(first);
+  for (int i = 0; i < numThreads; ++i) {
+    first[i] = (size_t)i;
+    CHECK(pthread_create(threads + i, NULL, CallAllFrom, first + i) == 0);
+  }
+  for (int i = 0; i < numThreads; ++i) CHECK(pthread_join(threads[i], NULL) == 0);
   return 0;
 }

@@ -4,10 +4,10 @@
 
 enum { kWindow = 32768, kHash = 4096, kDictionary = 300, kItems = kTextLen, kLiterals = 286, kDistances = 30 };
 
-static uint8_t window[kWindow], literals[kItems], stream[6 * kItems];
-static uint16_t distances[kItems], code_lens[kLiterals + kDistances];
-static zelDeflateHuffCode literal_codes[kLiterals], distance_codes[kDistances];
-static int32_t head[kHash], chain[kWindow], literal_freq[kLiterals], distance_freq[kDistances];
+PER_THREAD uint8_t window[kWindow], literals[kItems], stream[6 * kItems];
+PER_THREAD uint16_t distances[kItems], code_lens[kLiterals + kDistances];
+PER_THREAD zelDeflateHuffCode literal_codes[kLiterals], distance_codes[kDistances];
+PER_THREAD int32_t head[kHash], chain[kWindow], literal_freq[kLiterals], distance_freq[kDistances];
 
 /* Canonical codes (RFC 1951 section 3.2.2) of lengths that fill the code: the first symbols' are one bit shorter. */
 static void MakeCodes(int32_t count, int32_t bits, zelDeflateHuffCode* codes, uint16_t* lens) {
@@ -24,8 +24,8 @@ static void MakeCodes(int32_t count, int32_t bits, zelDeflateHuffCode* codes, ui
 }
 
 void CallOneCallDeflate(void) {
-  static uint8_t back[kTextLen];
-  static zelInflateState state;
+  PER_THREAD uint8_t back[kTextLen];
+  PER_THREAD zelInflateState state;
   uint8_t *src = sampleText + kDictionary, *dst = back;
   const uint8_t* in = stream;
   uint16_t code = 0;

@@ -9,7 +9,7 @@ typedef struct Stream {
   int32_t len;
 } Stream;
 
-static Stream fixed_stream, dynamic_stream, stored_stream;
+PER_THREAD Stream fixed_stream, dynamic_stream, stored_stream;
 
 /* The text behind its first kDictionary bytes as one block, with its CRC-32 and size behind it. */
 static void Encode(zelLZ77HuffMode mode, zelLZ77State* state, Stream* stream) {
@@ -73,7 +73,7 @@ static void CheckBack(const uint8_t* back, int32_t len, const Stream* stream, co
 }
 
 static void DecodeToBytes(const Stream* stream, zelLZ77State* state) {
-  static uint8_t back[kTextLen];
+  PER_THREAD uint8_t back[kTextLen];
   const uint8_t* src = stream->bytes;
   uint8_t* dst = back;
   int32_t len = stream->len, room = kTextLen, type = -1;
@@ -94,7 +94,7 @@ static void DecodeToBytes(const Stream* stream, zelLZ77State* state) {
 }
 
 static void DecodeToPairs(const Stream* stream, zelLZ77State* state) {
-  static uint8_t back[kTextLen];
+  PER_THREAD uint8_t back[kTextLen];
   zelLZ77Pair *pairs = NULL, *next;
   const uint8_t* src = stream->bytes;
   uint8_t* dst = back;
