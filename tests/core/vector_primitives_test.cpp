@@ -31,19 +31,24 @@ T* At(uint8_t* p) {
   return static_cast<T*>(static_cast<void*>(p));
 }
 
+// In the processor's own order, as an element is stored.
+template <typename T>
+Bytes BytesOf(T value) {
+  Bytes bytes(sizeof(value));
+  memcpy(bytes.data(), &value, sizeof(value));
+  return bytes;
+}
+
 const std::vector<Fill>& Fills() {
+  constexpr int16_t k16 = -0x5433;
+  constexpr int32_t k32 = -0x7EFDFCFC;
+  constexpr int64_t k64 = 0x0102030405060708;
   static const std::vector<Fill> fills = {
       {"ownsZero_8u", 1, {0}, [](uint8_t* dst, int32_t len) { ownsZero_8u(dst, len); }},
       {"ownsSet_8u", 1, {0x5A}, [](uint8_t* dst, int32_t len) { ownsSet_8u(0x5A, dst, len); }},
-      {"ownsSet_16s", 2, {0xCD, 0xAB}, [](uint8_t* dst, int32_t len) { ownsSet_16s(-0x5433, At<int16_t>(dst), len); }},
-      {"ownsSet_32s",
-       4,
-       {0x04, 0x03, 0x02, 0x81},
-       [](uint8_t* dst, int32_t len) { ownsSet_32s(-0x7EFDFCFC, At<int32_t>(dst), len); }},
-      {"ownsSet_64s",
-       8,
-       {8, 7, 6, 5, 4, 3, 2, 1},
-       [](uint8_t* dst, int32_t len) { ownsSet_64s(0x0102030405060708, At<int64_t>(dst), len); }},
+      {"ownsSet_16s", 2, BytesOf(k16), [](uint8_t* dst, int32_t len) { ownsSet_16s(k16, At<int16_t>(dst), len); }},
+      {"ownsSet_32s", 4, BytesOf(k32), [](uint8_t* dst, int32_t len) { ownsSet_32s(k32, At<int32_t>(dst), len); }},
+      {"ownsSet_64s", 8, BytesOf(k64), [](uint8_t* dst, int32_t len) { ownsSet_64s(k64, At<int64_t>(dst), len); }},
   };
   return fills;
 }
