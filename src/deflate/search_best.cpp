@@ -205,6 +205,8 @@ inline Match NearestMatchOf3(const Target& at) {
   for (uint32_t n = kCandidates; n > 0 && distance <= most; --n) {
     const uint8_t* const c = at.p - distance;
     if (LoadLE<uint16_t>(c) == first && c[2] == at.p[2]) return {3, distance};
+    // Behind the farthest one there is none; its own slot may have been taken before the batch.
+    if (distance == most) break;
     distance += at.ahead->Chain3(at.t, at.pos - distance);
   }
   return {2, 0};

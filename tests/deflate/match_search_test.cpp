@@ -9,6 +9,7 @@
 #include "deflate/calls.h"
 #include "deflate/search_model.h"
 #include "gtest/gtest.h"
+#include "shared/hash_salt.h"
 #include "support/data.h"
 
 namespace {
@@ -136,6 +137,24 @@ TEST_P(MatchSearch, ShortPeriods) {
   }
   for (size_t period : {255, 256, 257, 258, 259, 260, 1000}) {
     EXPECT_TRUE(SamePairs(level(), Periodic(70000, period, period))) << period;
+  }
+}
+
+TEST_P(MatchSearch, ThreeBytesOfEqualHash4096BackWhereABatchBegins) {
+  // Positions are entered in batches of 1024 or fewer. A match ends where the next batch begins, so that the search
+  // goes on at the last position of the one before.
+  for (size_t batch_end = 5 * 1024; batch_end <= 12 * 1024; batch_end += 1024) {
+    const size_t at = batch_end - 1;
+    Bytes input = RandomBytes(16 * 1024, batch_end);
+    std::copy_n(input.begin() + 200, 8, input.begin() + static_cast<ptrdiff_t>(at - 8));
+    uint8_t* const here = input.data() + at;
+    const uint8_t* const back = here - 4096;
+    for (uint32_t three = 0; three < 1u << 24; ++three) {
+      for (int k = 0; k < 3; ++k) here[k] = static_cast<uint8_t>(three >> (8 * k));
+      if (here[0] != back[0] && here[0] != input[208] && zeldc::SaltedHash(here) == zeldc::SaltedHash(back)) break;
+    }
+    ASSERT_EQ(zeldc::SaltedHash(here), zeldc::SaltedHash(back));
+    EXPECT_TRUE(SamePairs(level(), input)) << batch_end;
   }
 }
 
