@@ -8,6 +8,8 @@
 // second slot, and but for one case in thousands whether there is a match; candidates that are none never come into
 // the cache.
 //
+// The first 2048 positions need only half of that: all their candidates are near, and no second slot counts.
+//
 // An entry is that tag and a position's number of 20 bits. Positions are numbered through all inputs, with a gap
 // between two of them, so that what was left by an earlier input is out of reach, as is 0, an empty entry. When the
 // numbers are used up, they are all lowered, and numbers below 0 become 0.
@@ -83,6 +85,16 @@ ZELDC_ALWAYS_INLINE bool LookUp(uint32_t* entries, uint32_t hash, uint32_t bytes
   return true;
 }
 
+// The same for one of the input's first kNearMaxDistance positions: a candidate in reach is near.
+ZELDC_ALWAYS_INLINE bool LookUpNear(uint32_t* entries, uint32_t hash, uint32_t bytes, uint32_t number,
+                                    uint32_t* distance) {
+  const uint32_t entry = (bytes & kTagMask) | number;
+  const uint32_t old = entries[hash];
+  entries[hash] = entry;
+  *distance = (entry - old) & kNumberMask;
+  return (((entry ^ old) & kThirdByteTag) | MaskIfNegative(kNearMaxDistance - *distance)) == 0;
+}
+
 // The end of a match of 8 bytes and more.
 ZELDC_ALWAYS_INLINE const uint8_t* MatchEnd(const uint8_t* p, const uint8_t* end, uint32_t distance) {
   p += 8;
@@ -121,28 +133,36 @@ size_t LzoCompress(const uint8_t* in, uint32_t n, uint8_t* const start, LzoDicti
       const auto shift = static_cast<uint32_t>(base);
       const ptrdiff_t numbers = kNumberMask + 1 - static_cast<ptrdiff_t>(p - in + base);
       const uint8_t* const stop = limit - p <= numbers ? limit : p + numbers;
-      uint64_t lanes = HashLanes(p);
-      while (p < stop) {
-        const uint32_t hash = static_cast<uint32_t>(lanes) & kLzoHashMask;
-        const uint64_t bytes = LoadLE<uint64_t>(p);
-        uint32_t distance;
-        // An entry that no input has left may tell any distance: the candidate must lie within the input.
-        const auto at = static_cast<uint32_t>(p - in);
-        if (LookUp(entries, hash, static_cast<uint32_t>(bytes), at + shift, &distance) && distance - 1 < at) {
-          const uint64_t differences = bytes ^ LoadLE<uint64_t>(p - distance);
-          if (ZELDC_LIKELY((differences & 0xFFFFFF) == 0)) {
-            out = WriteRun(out, literals, static_cast<size_t>(p - literals), out == start);
-            literals =
-                ZELDC_LIKELY(differences != 0) ? p + (std::countr_zero(differences) >> 3) : MatchEnd(p, end, distance);
-            out = WriteMatch(out, distance, static_cast<size_t>(literals - p));
-            p = literals;
-            if (p < stop) lanes = HashLanes(p);
-            continue;
+      const auto search = [&](const uint8_t* const until, const auto& look_up) ZELDC_LAMBDA_INLINE {
+        uint64_t lanes = HashLanes(p);
+        while (p < until) {
+          const uint32_t hash = static_cast<uint32_t>(lanes) & kLzoHashMask;
+          const uint64_t bytes = LoadLE<uint64_t>(p);
+          uint32_t distance;
+          // An entry that no input has left may tell any distance: the candidate must lie within the input.
+          const auto at = static_cast<uint32_t>(p - in);
+          if (look_up(entries, hash, static_cast<uint32_t>(bytes), at + shift, &distance) && distance - 1 < at) {
+            const uint64_t differences = bytes ^ LoadLE<uint64_t>(p - distance);
+            if (ZELDC_LIKELY((differences & 0xFFFFFF) == 0)) {
+              out = WriteRun(out, literals, static_cast<size_t>(p - literals), out == start);
+              literals = ZELDC_LIKELY(differences != 0) ? p + (std::countr_zero(differences) >> 3)
+                                                        : MatchEnd(p, end, distance);
+              out = WriteMatch(out, distance, static_cast<size_t>(literals - p));
+              p = literals;
+              if (p < until) lanes = HashLanes(p);
+              continue;
+            }
           }
+          lanes = lanes >> 16 ^ kLzoHashLanes.of[p[4]];
+          ++p;
         }
-        lanes = lanes >> 16 ^ kLzoHashLanes.of[p[4]];
-        ++p;
+      };
+      constexpr auto kNear = [](auto... position) ZELDC_LAMBDA_INLINE { return LookUpNear(position...); };
+      constexpr auto kAny = [](auto... position) ZELDC_LAMBDA_INLINE { return LookUp(position...); };
+      if (p - in <= kNearMaxDistance) {
+        search(stop - in <= kNearMaxDistance ? stop : in + kNearMaxDistance + 1, kNear);
       }
+      if (p < stop) search(stop, kAny);
     }
     dictionary->next = static_cast<uint32_t>(std::min<int64_t>(n + base + kFirstNumber, kNumberMask));
   }
