@@ -1,8 +1,9 @@
 // The body of one Huffman block, resumable within any symbol.
 //
-// The loop here takes a symbol piece by piece, as far as the bits reach; with plenty of input and room it hands over to
-// the fast loop of the stateful decoder, on tables that it makes for it out of the record's. So short calls are bound
-// by the pieces, some ten nanoseconds a symbol, and long ones by the fast loop.
+// Three loops take a symbol each way. With plenty of input and room it is the fast loop of the stateful decoder, on
+// tables that are made for it out of the record's: about two nanoseconds a symbol. Where those would cost more than they
+// save, whole symbols are decoded from the record's own tables, five nanoseconds each, for the judgement of every entry.
+// At the ends of input and room symbols are taken piece by piece, as far as the bits reach.
 
 #include "inflate/record_tables.h"
 #include "inflate/symbol_loop.h"
@@ -56,8 +57,8 @@ struct FixedTables {
 };
 
 // How much there must be to do before tables are made for it.
-constexpr ptrdiff_t kWorthSource = 400;
-constexpr ptrdiff_t kWorthRoom = 1200;
+constexpr ptrdiff_t kWorthSource = 150;
+constexpr ptrdiff_t kWorthRoom = 400;
 
 // The fast loop, on the first call with enough to do.
 template <typename Tables>
@@ -99,13 +100,54 @@ class FastLoop<FixedTables> {
   }
 };
 
+// Decodes symbols of which no piece can lack input or room; the others are left where they stand.
+template <typename Tables>
+ZELDC_ALWAYS_INLINE void DecodeWholeSymbols(Tables tables, BitReader* reader, WindowSink* sink) {
+  BitReader in = *reader;
+  uint8_t* out = sink->out;
+  uint8_t* const outStart = sink->outStart;
+  uint8_t* const outEnd = sink->outEnd;
+  while (in.srcEnd - in.src >= 8 && out < outEnd) {
+    in.Refill();
+    DecodeEntry e = tables.LitLen(in.bits);
+    if (e & kEntryLiteral) {
+      in.Consume(EntryCodeBits(e));
+      *out++ = static_cast<uint8_t>(EntryValue(e));
+      continue;
+    }
+    if (e & kEntrySpecial) break;
+    const unsigned lengthBits = EntryBits(e);
+    const size_t length =
+        EntryValue(e) + static_cast<size_t>((in.bits & BitReader::Mask(lengthBits)) >> EntryCodeBits(e));
+    e = tables.Distance(in.bits >> lengthBits);
+    const size_t distance =
+        EntryValue(e) +
+        static_cast<size_t>((in.bits >> lengthBits & BitReader::Mask(EntryBits(e))) >> EntryCodeBits(e));
+    const size_t written = static_cast<size_t>(out - outStart);
+    const size_t room = static_cast<size_t>(outEnd - out);
+    if ((e & kEntrySpecial) || length > room || distance > written + sink->historySize) break;
+    in.Consume(lengthBits + EntryBits(e));
+    if (distance <= written && length + kCopySlack <= room) {
+      CopyMatchWide(out, distance, length);
+    } else {
+      CopyMatchThroughHistory(sink->historyEnd, outStart, out, distance, length);
+    }
+    out += length;
+  }
+  *reader = in;
+  sink->out = out;
+}
+
 // Decodes until the block ends (piece 0) or the next piece lacks its input or room. An error leaves everything as it
 // stands at the piece in question.
 template <typename Tables>
 zelStatus DecodeBody(Tables tables, BitReader* in, WindowSink* sink, Progress* p) {
   FastLoop<Tables> fastLoop(tables);
   for (;;) {
-    if (p->piece == kNextSymbol) fastLoop.Decode(in, sink);
+    if (p->piece == kNextSymbol) {
+      fastLoop.Decode(in, sink);
+      DecodeWholeSymbols(tables, in, sink);
+    }
     in->Refill();  // enough for all pieces of a symbol: 15 + 5 + 15 + 13 bits
     switch (p->piece) {
       case kNextSymbol: {
@@ -206,7 +248,7 @@ extern "C" zelStatus zelsInflate_8u(const uint8_t** ppSrc, uint32_t* pSrcLen, ui
   zelStatus status = zelErrBadData;
   if (s->tableForm == zelInflateShort) {
     if (s->maxLitBits > kShortLitLenBits || s->maxDistBits > kShortDistanceBits) return zelErrBadData;
-    status = DecodeBody(ShortTables{s}, &in, &sink, &p);
+    status = DecodeBody(ShortTables(s), &in, &sink, &p);
   } else if (s->tableForm == zelInflateFixed) {
     status = DecodeBody(FixedTables{}, &in, &sink, &p);
   } else if (s->tableForm == zelInflateGeneral) {

@@ -174,10 +174,12 @@ bool ExpandGeneral(Alphabet a, DecodeEntry* table) {
 }  // namespace
 
 bool ShortTables::Expand(ExpandedTables* t) const {
-  for (size_t i = 0; i < (size_t{1} << state->maxLitBits); ++i) t->litLen[i] = LitLenAt(i);
-  for (size_t i = 0; i < (size_t{1} << state->maxDistBits); ++i) t->distance[i] = DistanceAt(i);
-  t->bits[0] = static_cast<int32_t>(state->maxLitBits);
-  t->bits[1] = static_cast<int32_t>(state->maxDistBits);
+  // The first loop only makes the entries wide: GCC 12 makes no vectors of both steps in one.
+  for (size_t i = 0; i < (size_t{1} << litLenBits); ++i) t->litLen[i] = LoadNative<uint16_t>(tables + 2 * i);
+  for (size_t i = 0; i < (size_t{1} << litLenBits); ++i) t->litLen[i] = JudgeShortLitLen(t->litLen[i], litLenBits);
+  for (size_t i = 0; i < (size_t{1} << distanceBits); ++i) t->distance[i] = DistanceAt(i);
+  t->bits[0] = static_cast<int32_t>(litLenBits);
+  t->bits[1] = static_cast<int32_t>(distanceBits);
   return true;
 }
 

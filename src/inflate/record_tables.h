@@ -39,6 +39,8 @@ inline constexpr unsigned kGeneralEndOfBlock = 6;
 // What no code reaches that tables with an index of `bits` bits can find.
 constexpr DecodeEntry NoSymbolWithin(unsigned bits) { return kEntrySpecial | bits << 8 | bits; }
 
+// The two judges have no branches, so that loops over entries become loops over vectors.
+
 // An entry as decode_tables.h has it, of a code that tables with an index of `bits` bits found.
 template <unsigned kEndOfBlockKind>
 ZELDC_ALWAYS_INLINE DecodeEntry JudgeLitLen(unsigned value, unsigned info, unsigned bits) {
@@ -46,20 +48,23 @@ ZELDC_ALWAYS_INLINE DecodeEntry JudgeLitLen(unsigned value, unsigned info, unsig
   const unsigned kind = info >> 4;
   const unsigned extra = kind & 7;
   const DecodeEntry code = length << 8 | length;
-  const bool isCode = length - 1 < bits;
-  const bool isLength = kind - kKindLength <= kMostLengthExtra && value + (1u << extra) <= 256;
+  const bool isLength = (kind - kKindLength <= kMostLengthExtra) & (value + (1u << extra) <= 256);
   DecodeEntry e = NoSymbolWithin(bits);
-  e = isCode && kind == kKindLiteral ? kEntryLiteral | value << 16 | code : e;
-  e = isCode && kind == kEndOfBlockKind ? kEntrySpecial | kEntryEndOfBlock | code : e;
-  e = isCode && isLength ? (value + kMinMatch) << 16 | (code + extra) : e;
-  return e;
+  e = kind == kKindLiteral ? kEntryLiteral | value << 16 | code : e;
+  e = kind == kEndOfBlockKind ? kEntrySpecial | kEntryEndOfBlock | code : e;
+  e = isLength ? (value + kMinMatch) << 16 | (code + extra) : e;
+  return length - 1 < bits ? e : NoSymbolWithin(bits);
+}
+
+ZELDC_ALWAYS_INLINE DecodeEntry JudgeShortLitLen(uint32_t e, unsigned bits) {
+  return JudgeLitLen<kShortEndOfBlock>(e >> 8, e & 255, bits);
 }
 
 ZELDC_ALWAYS_INLINE DecodeEntry JudgeDistance(unsigned base, unsigned info, unsigned bits) {
   const unsigned length = info & 15;
   const unsigned extra = info >> 4;
   const bool isDistance =
-      length - 1 < bits && extra <= kMostDistanceExtra && base != 0 && base - 1 + (1u << extra) <= kMaxDistance;
+      (length - 1 < bits) & (extra <= kMostDistanceExtra) & (base != 0) & (base - 1 + (1u << extra) <= kMaxDistance);
   return isDistance ? base << 16 | length << 8 | (length + extra) : NoSymbolWithin(bits);
 }
 
@@ -76,21 +81,28 @@ static_assert((1 << kShortLitLenBits) >= kGeneralLitLens && kGeneralDistances >=
 // The entries that the next bits of the stream lead to, their bits counted from the first look-up on, and the expansion
 // of all of them, which gives up on tables that no code lengths lead to.
 struct ShortTables {
-  const zelInflateState* state;
+  const uint8_t* tables;
+  unsigned litLenBits;
+  unsigned distanceBits;
 
-  DecodeEntry LitLenAt(size_t i) const {
-    const unsigned e = LoadNative<uint16_t>(state->tables + 2 * i);
-    return JudgeLitLen<kShortEndOfBlock>(e >> 8, e & 255, state->maxLitBits);
-  }
-  DecodeEntry DistanceAt(size_t i) const {
-    const unsigned e = LoadNative<uint32_t>(state->tables + kShortDistances + 4 * i);
-    return JudgeDistance(e >> 16, e & 255, state->maxDistBits);
-  }
+  explicit ShortTables(const zelInflateState* s)
+      : tables(s->tables), litLenBits(s->maxLitBits), distanceBits(s->maxDistBits) {}
+
   DecodeEntry LitLen(uint64_t next) const {
-    return LitLenAt(static_cast<size_t>(next) & ((size_t{1} << state->maxLitBits) - 1));
+    const size_t i = static_cast<size_t>(next) & ((size_t{1} << litLenBits) - 1);
+    const unsigned e = LoadNative<uint16_t>(tables + 2 * i);
+    const unsigned length = e & 15;
+    // By a branch where the caller has one, too.
+    if ((e >> 4 & 15) == kKindLiteral && length - 1 < litLenBits)
+      return kEntryLiteral | e >> 8 << 16 | length << 8 | length;
+    return JudgeShortLitLen(e, litLenBits);
   }
   DecodeEntry Distance(uint64_t next) const {
-    return DistanceAt(static_cast<size_t>(next) & ((size_t{1} << state->maxDistBits) - 1));
+    return DistanceAt(static_cast<size_t>(next) & ((size_t{1} << distanceBits) - 1));
+  }
+  DecodeEntry DistanceAt(size_t i) const {
+    const unsigned e = LoadNative<uint32_t>(tables + kShortDistances + 4 * i);
+    return JudgeDistance(e >> 16, e & 255, distanceBits);
   }
   bool Expand(ExpandedTables* t) const;
 };
