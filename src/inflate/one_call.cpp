@@ -1,9 +1,9 @@
 // The body of one Huffman block, resumable within any symbol.
 //
 // Three loops take a symbol each way. With plenty of input and room it is the fast loop of the stateful decoder, on
-// tables that are made for it out of the record's: about two nanoseconds a symbol. Where those would cost more than they
-// save, whole symbols are decoded from the record's own tables, five nanoseconds each, for the judgement of every entry.
-// At the ends of input and room symbols are taken piece by piece, as far as the bits reach.
+// tables that are made for it out of the record's: about two nanoseconds a symbol. Where those would cost more than
+// they save, whole symbols are decoded from the record's own tables, five nanoseconds each, for the judgement of every
+// entry. At the ends of input and room symbols are taken piece by piece, as far as the bits reach.
 
 #include "inflate/record_tables.h"
 #include "inflate/symbol_loop.h"
@@ -60,26 +60,29 @@ struct FixedTables {
 constexpr ptrdiff_t kWorthSource = 150;
 constexpr ptrdiff_t kWorthRoom = 400;
 
-// The fast loop, on the first call with enough to do.
+// The fast loop, on tables that the first call with enough to do makes. False when it is not for what is left. True
+// also when bits of an earlier call are still held, of which the fast loop takes less than a byte: a symbol later they
+// are fewer.
 template <typename Tables>
 class FastLoop {
  public:
   explicit FastLoop(Tables tables) : tables_(tables) {}
 
-  ZELDC_ALWAYS_INLINE void Decode(BitReader* in, WindowSink* sink) {
-    if (in->srcEnd - in->src <= minSource_ || sink->outEnd - sink->out <= minRoom_) return;
-    Run(in, sink);
+  ZELDC_ALWAYS_INLINE bool Decode(BitReader* in, WindowSink* sink) {
+    if (in->srcEnd - in->src <= minSource_ || sink->outEnd - sink->out <= minRoom_) return false;
+    return Run(in, sink);
   }
 
  private:
-  ZELDC_NOINLINE void Run(BitReader* in, WindowSink* sink) {
+  ZELDC_NOINLINE bool Run(BitReader* in, WindowSink* sink) {
     if (minSource_ == kWorthSource) {
       minSource_ = tables_.Expand(&expanded_) ? kFastSource : PTRDIFF_MAX;
       minRoom_ = kFastRoom<WindowSink>;
-      if (minSource_ == PTRDIFF_MAX) return;
+      if (minSource_ == PTRDIFF_MAX) return false;
     }
     in->Settle();
     if (in->count < 8) DecodeFastBytes(expanded_.View(), in, sink);
+    return true;
   }
 
   Tables tables_;
@@ -93,10 +96,11 @@ class FastLoop<FixedTables> {
  public:
   explicit FastLoop(FixedTables) {}
 
-  ZELDC_ALWAYS_INLINE void Decode(BitReader* in, WindowSink* sink) {
-    if (in->srcEnd - in->src <= kFastSource || sink->outEnd - sink->out <= kFastRoom<WindowSink>) return;
+  ZELDC_ALWAYS_INLINE bool Decode(BitReader* in, WindowSink* sink) {
+    if (in->srcEnd - in->src <= kFastSource || sink->outEnd - sink->out <= kFastRoom<WindowSink>) return false;
     in->Settle();
     if (in->count < 8) DecodeFastBytes(View(kFixedTables), in, sink);
+    return true;
   }
 };
 
@@ -144,10 +148,7 @@ template <typename Tables>
 zelStatus DecodeBody(Tables tables, BitReader* in, WindowSink* sink, Progress* p) {
   FastLoop<Tables> fastLoop(tables);
   for (;;) {
-    if (p->piece == kNextSymbol) {
-      fastLoop.Decode(in, sink);
-      DecodeWholeSymbols(tables, in, sink);
-    }
+    if (p->piece == kNextSymbol && !fastLoop.Decode(in, sink)) DecodeWholeSymbols(tables, in, sink);
     in->Refill();  // enough for all pieces of a symbol: 15 + 5 + 15 + 13 bits
     switch (p->piece) {
       case kNextSymbol: {
