@@ -143,6 +143,9 @@ ZELDC_ALWAYS_INLINE Sums AddBlocks(Sums s, const uint8_t* src, size_t len) {
   return {static_cast<uint32_t>(a % kModulus), static_cast<uint32_t>(b % kModulus)};
 }
 
+// Less than this is added byte by byte: a vector would have to be put together first.
+constexpr size_t kFew = 10;
+
 // Adds up to kStretch bytes.
 ZELDC_ALWAYS_INLINE Sums AddStretch(Sums s, const uint8_t* src, size_t len) {
   if (len >= 64) s = AddBlocks<false>(s, src, len & ~size_t{63});
@@ -169,6 +172,7 @@ ZELDC_NOINLINE uint32_t AdlerOfLong(Sums s, const uint8_t* src, size_t len) {
 
 uint32_t ownAdler32(uint32_t value, const uint8_t* src, size_t len) {
   const Sums s{value & 0xFFFF, value >> 16};
+  if (len < kFew) return Join(AddBytes(s, src, len));
   return len <= 2048 ? Join(AddStretch(s, src, len)) : AdlerOfLong(s, src, len);
 }
 

@@ -48,7 +48,7 @@ ZELDC_ALWAYS_INLINE __m128i ShiftBytesDown(__m128i v, size_t bytes) {
   return _mm_shuffle_epi8(v, Load(kByteShifts + 16 + bytes));
 }
 
-template <uint32_t kPoly, bool kReflected, uint32_t (*kBytewise)(uint32_t, const uint8_t*, size_t)>
+template <uint32_t kPoly, bool kReflected, const CrcTables& kTables>
 struct Folder {
   // The pair of constants that moves a block on by `bits`: for the half with the higher powers, for the other.
   static ZELDC_ALWAYS_INLINE __m128i FoldConstants(uint32_t high, uint32_t low) {
@@ -102,6 +102,14 @@ struct Folder {
       const __m128i qp = _mm_clmulepi64_si128(q, _mm_set_epi64x(0, kPoly), 0x01);
       return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_xor_si128(y, qp)));
     }
+  }
+
+  // Less than 4 bytes.
+  static ZELDC_ALWAYS_INLINE uint32_t Few(uint32_t reg, const uint8_t* src, size_t len) {
+    for (size_t i = 0; i < len; ++i) {
+      reg = kReflected ? CrcReflectedByte(kTables, reg, src[i]) : CrcForwardByte(kTables, reg, src[i]);
+    }
+    return reg;
   }
 
   // 4..15 bytes.
@@ -165,7 +173,7 @@ struct Folder {
 #endif
 
   static uint32_t Crc(uint32_t reg, const uint8_t* src, size_t len) {
-    if (len < 4) return kBytewise(reg, src, len);
+    if (len < 4) return Few(reg, src, len);
     if (len < 16) return Short(reg, src, len);
     const __m128i front = Swap(RegisterInFront(reg));
     __m128i x;
@@ -211,15 +219,15 @@ struct Folder {
 }  // namespace
 
 uint32_t ownCrc32(uint32_t reg, const uint8_t* src, size_t len) {
-  return Folder<kPolyCrc32, true, ownCrc32Portable>::Crc(reg, src, len);
+  return Folder<kPolyCrc32, true, kCrc32Tables>::Crc(reg, src, len);
 }
 
 uint32_t ownCrc32c(uint32_t reg, const uint8_t* src, size_t len) {
-  return Folder<kPolyCrc32c, true, ownCrc32cPortable>::Crc(reg, src, len);
+  return Folder<kPolyCrc32c, true, kCrc32cTables>::Crc(reg, src, len);
 }
 
 uint32_t ownCrc32Bzip2(uint32_t reg, const uint8_t* src, size_t len) {
-  return Folder<kPolyCrc32, false, ownCrc32Bzip2Portable>::Crc(reg, src, len);
+  return Folder<kPolyCrc32, false, kCrc32Bzip2Tables>::Crc(reg, src, len);
 }
 
 #endif
