@@ -4,6 +4,8 @@
 
 #include <string.h>
 
+#include <algorithm>
+
 #include "checksum/crc.h"
 #include "deflate/pair_vectors.h"
 #include "shared/bits_lsb.h"
@@ -60,18 +62,25 @@ int UsedLengths(const uint8_t* lengths, int symbols, int least) {
 void PairCounter::Count(const zelLZ77Pair* pairs, int32_t n) {
   int32_t i = 0;
 #if ZELDC_AVX2
+  // What to count is laid down first. A counter's address that comes out of a vector register comes late, so late that
+  // the next counter may have been read by then: if they were one and the same, all is done over.
+  constexpr int kBatch = 64;
+  alignas(32) uint32_t place[kBatch];
+  alignas(32) uint32_t symbol[kBatch];
   __m256i allExcess = _mm256_setzero_si256();
-  for (; i + 8 <= n; i += 8) {
-    const EightPlaces t = PlacesOf(pairs + i);
-    allExcess = _mm256_or_si256(allExcess, t.excess);
-    alignas(32) uint32_t place[8];
-    alignas(32) uint32_t symbol[8];
-    _mm256_store_si256(reinterpret_cast<__m256i*>(place), t.place);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(symbol), t.symbol);
-    for (int k = 0; k < 8; ++k) {
+  while (i + 8 <= n) {
+    const int count = std::min(kBatch, (n - i) & ~7);
+    for (int k = 0; k < count; k += 8) {
+      const EightPlaces t = PlacesOf(pairs + i + k);
+      allExcess = _mm256_or_si256(allExcess, t.excess);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(place + k), t.place);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(symbol + k), t.symbol);
+    }
+    for (int k = 0; k < count; ++k) {
       ++places[k & 1][place[k]];
       ++distances[k & 1][symbol[k]];
     }
+    i += count;
   }
   if (!_mm256_testz_si256(allExcess, allExcess)) excess = 1;
 #endif
