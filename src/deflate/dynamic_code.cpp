@@ -95,11 +95,18 @@ bool PairCounter::Sum(int32_t n, PairStatistics* statistics) const {
   uint32_t matches = 0;
   for (uint32_t k = 0; k < 256; ++k) {
     const uint32_t literals = places[0][k] + places[1][k];
-    const uint32_t lengths = places[0][256 + k] + places[1][256 + k];
     statistics->litLen[k] = literals;
-    statistics->litLen[kFirstLengthSymbol + kLengthSymbolIndex.of[k]] += lengths;
-    matches += lengths;
-    bytes += literals + uint64_t{lengths} * (k + kMinMatch);
+    bytes += literals;
+  }
+  for (int symbol = 0, k = 0; symbol < kLengthSymbols; ++symbol) {
+    uint32_t all = 0;
+    for (; k < 256 && kLengthSymbolIndex.of[k] == symbol; ++k) {
+      const uint32_t lengths = places[0][256 + k] + places[1][256 + k];
+      all += lengths;
+      bytes += uint64_t{lengths} * static_cast<uint32_t>(k + kMinMatch);
+    }
+    statistics->litLen[kFirstLengthSymbol + symbol] = all;
+    matches += all;
   }
   statistics->bytes.Set(bytes);
   for (int k = 0; k < kDistanceSymbols; ++k) statistics->distance[k] = distances[0][k] + distances[1][k];

@@ -73,11 +73,12 @@ void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count) {
 }
 
 void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8_t* lengths) {
-  Leaf leaves[kMaxCodeSymbols];
+  Leaf leaves[kMaxCodeSymbols + 1];
   int n = 0;
   for (int i = 0; i < symbols; ++i) {
     lengths[i] = 0;
-    if (frequencies[i]) leaves[n++] = MakeLeaf(frequencies[i], i);
+    leaves[n] = MakeLeaf(frequencies[i], i);
+    n += frequencies[i] != 0;
   }
   for (int i = 0; n < 2; ++i) {
     if (!frequencies[i]) leaves[n++] = MakeLeaf(1, i);
@@ -95,13 +96,21 @@ void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8
 }
 
 void BuildReversedCodes(const uint8_t* lengths, int symbols, uint16_t* codes) {
+  // Few symbols are used, as a rule, and one without a code would wait for the one before it to be counted.
+  uint16_t used[kMaxCodeSymbols + 1];
+  int n = 0;
+  for (int i = 0; i < symbols; ++i) {
+    codes[i] = 0;
+    used[n] = static_cast<uint16_t>(i);
+    n += lengths[i] != 0;
+  }
   uint32_t count[kMaxCodeLimit + 1] = {};
-  for (int i = 0; i < symbols; ++i) ++count[lengths[i]];
+  for (int k = 0; k < n; ++k) ++count[lengths[used[k]]];
   uint32_t next[kMaxCodeLimit + 1] = {};
   FirstCodes(count, kMaxCodeLimit, next);
-  for (int i = 0; i < symbols; ++i) {
-    const int length = lengths[i];
-    codes[i] = length ? static_cast<uint16_t>(Reverse16(next[length]++) >> (16 - length)) : uint16_t{0};
+  for (int k = 0; k < n; ++k) {
+    const int length = lengths[used[k]];
+    codes[used[k]] = static_cast<uint16_t>(Reverse16(next[length]++) >> (16 - length));
   }
 }
 
