@@ -47,18 +47,29 @@ zelStatus MakeLengths(const int32_t* frequencies, Lengths& lengths) {
   return zelOk;
 }
 
-// How many codes there are of each length, and their first ones: the longest begin with 0.
+// How many codes there are of each length, and their first ones: the longest begin with 0. And which symbols have one:
+// few, as a rule, and one without would wait for the one before it to be counted.
 struct Layout {
   uint32_t count[kLongestHuffCode + 1];
   uint32_t first[kLongestHuffCode + 1];
-  int maxLen;  // 0: there are no codes
+  uint64_t space;  // that the codes take, of 2^32
+  int maxLen;      // 0: there are no codes
+  int used;
+  uint8_t symbols[kHuffSymbols];  // the first `used`
 };
 
 Layout LayOut(const Lengths& lengths) {
   Layout layout = {};
-  for (const uint8_t length : lengths) ++layout.count[length];
+  for (int v = 0; v < kHuffSymbols; ++v) {
+    layout.symbols[layout.used] = static_cast<uint8_t>(v);
+    layout.used += lengths[v] != 0;
+  }
+  for (int k = 0; k < layout.used; ++k) ++layout.count[lengths[layout.symbols[k]]];
   layout.maxLen = kLongestHuffCode;
   while (layout.maxLen > 0 && layout.count[layout.maxLen] == 0) --layout.maxLen;
+  for (int length = 1; length <= layout.maxLen; ++length) {
+    layout.space += uint64_t{layout.count[length]} << (32 - length);
+  }
   for (int length = layout.maxLen; length > 1; --length) {
     layout.first[length - 1] = (layout.first[length] + layout.count[length]) >> 1;
   }
@@ -69,9 +80,10 @@ Layout LayOut(const Lengths& lengths) {
 void MakeCodes(const Lengths& lengths, const Layout& layout, zelHuffState* s) {
   uint32_t next[kLongestHuffCode + 1];
   memcpy(next, layout.first, sizeof(next));
-  for (int v = kHuffSymbols - 1; v >= 0; --v) {
-    const uint8_t length = lengths[v];
-    s->codes[v] = length ? JoinCode(next[length]++, length) : ShortCode{0};
+  memset(s->codes, 0, sizeof(s->codes));
+  for (int k = layout.used - 1; k >= 0; --k) {
+    const uint8_t v = layout.symbols[k];
+    s->codes[v] = JoinCode(next[lengths[v]]++, lengths[v]);
   }
   s->accumulator = 0;
   s->bitCount = 0;
@@ -90,7 +102,6 @@ void MakeDecodeTables(const Lengths& lengths, const Layout& layout, zelHuffState
 
   uint32_t place[kLongestHuffCode + 1];
   uint32_t places = 0;
-  uint64_t space = 0;  // that the codes take, of 2^32
   for (int length = layout.maxLen; length > 0; --length) {
     const uint32_t n = layout.count[length];
     place[length] = places;
@@ -98,14 +109,14 @@ void MakeDecodeTables(const Lengths& lengths, const Layout& layout, zelHuffState
     t.firstPlace[length] = static_cast<uint8_t>(places);
     t.lastPlace[length] = static_cast<uint8_t>(places + (n ? n - 1 : 0));
     places += n;
-    space += uint64_t{n} << (32 - length);
     if (n > 0) s->minLen = length;
   }
-  for (int v = kHuffSymbols - 1; v >= 0; --v) {
-    if (lengths[v] > 0) t.symbols[place[lengths[v]]++] = static_cast<uint8_t>(v);
+  for (int k = layout.used - 1; k >= 0; --k) {
+    const uint8_t v = layout.symbols[k];
+    t.symbols[place[lengths[v]]++] = v;
   }
   s->zeroSymbol = t.symbols[0];
-  s->isComplete = space == uint64_t{1} << 32;
+  s->isComplete = layout.space == uint64_t{1} << 32;
   if (!s->isComplete) return;
 
   // Symbols in the order of their codes fill the table from its start, behind the longer codes.
@@ -123,16 +134,14 @@ void MakeDecodeTables(const Lengths& lengths, const Layout& layout, zelHuffState
   }
 }
 
-// False for lengths that are none, and for codes that would need more room than there is.
+// False for lengths that are none.
 bool ReadLengths(const int32_t* table, Lengths& lengths) {
-  uint64_t space = 0;
+  bool good = true;
   for (int v = 0; v < kHuffSymbols; ++v) {
-    const int32_t length = table[v];
-    if (length < 0 || length > kLongestHuffCode) return false;
-    lengths[v] = static_cast<uint8_t>(length);
-    if (length > 0) space += uint64_t{1} << (32 - length);
+    good &= static_cast<uint32_t>(table[v]) <= kLongestHuffCode;
+    lengths[v] = static_cast<uint8_t>(table[v]);
   }
-  return space <= uint64_t{1} << 32;
+  return good;
 }
 
 }  // namespace
@@ -165,6 +174,7 @@ zelStatus zelsDecodeHuffInit_8u(const int32_t* pCodeLenTable, zelHuffState* pSta
   Lengths lengths;
   if (!ReadLengths(pCodeLenTable, lengths)) return zelErrHuffLenTable;
   const Layout layout = LayOut(lengths);
+  if (layout.space > uint64_t{1} << 32) return zelErrHuffLenTable;
   MakeCodes(lengths, layout, pState);
   MakeDecodeTables(lengths, layout, pState);
   return zelOk;

@@ -73,7 +73,7 @@ void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count) {
 }
 
 void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8_t* lengths) {
-  Leaf leaves[kMaxCodeSymbols + 1];
+  Leaf leaves[kMaxCodeSymbols];
   int n = 0;
   for (int i = 0; i < symbols; ++i) {
     lengths[i] = 0;
@@ -97,7 +97,7 @@ void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8
 
 void BuildReversedCodes(const uint8_t* lengths, int symbols, uint16_t* codes) {
   // Few symbols are used, as a rule, and one without a code would wait for the one before it to be counted.
-  uint16_t used[kMaxCodeSymbols + 1];
+  uint16_t used[kMaxCodeSymbols];
   int n = 0;
   for (int i = 0; i < symbols; ++i) {
     codes[i] = 0;
