@@ -40,9 +40,15 @@ constexpr uint32_t NextReversed(uint32_t code, int bits) {
 template <typename Format, typename Length, typename Result, int kSymbols>
 constexpr int BuildTable(const Length* lengths, int symbols, const Result (&results)[kSymbols],
                          typename Format::Entry* table, int capacity) {
+  // Few symbols have codes, as a rule, and one without would wait for the one before it to be counted.
+  uint16_t used[kSymbols] = {};
+  int codes = 0;
+  for (int i = 0; i < symbols; ++i) {
+    used[codes] = static_cast<uint16_t>(i);
+    codes += lengths[i] != 0;
+  }
   uint16_t count[kMaxCodeLength + 1] = {};
-  for (int i = 0; i < symbols; ++i) ++count[lengths[i]];
-  count[0] = 0;
+  for (int k = 0; k < codes; ++k) ++count[lengths[used[k]]];
 
   // Symbols in the order of their codes, and the code space that they take.
   uint16_t sorted[kSymbols] = {};
@@ -56,9 +62,7 @@ constexpr int BuildTable(const Length* lengths, int symbols, const Result (&resu
   }
   table[0] = Format::NoSymbol(0);
   if (longest == 0 || space > (1 << kMaxCodeLength)) return 0;
-  for (int i = 0; i < symbols; ++i) {
-    if (lengths[i]) sorted[next[lengths[i]]++] = static_cast<uint16_t>(i);
-  }
+  for (int k = 0; k < codes; ++k) sorted[next[lengths[used[k]]]++] = used[k];
 
   const int bits = Format::kFullWidth || longest > Format::kIndexBits ? Format::kIndexBits : longest;
   table[0] = Format::NoSymbol(bits);
@@ -85,10 +89,10 @@ constexpr int BuildTable(const Length* lengths, int symbols, const Result (&resu
         // The longest code below this prefix: as in a complete code, until the codes left fill the sub-table.
         subPrefix = code & mask;
         subBits = len - bits;
-        int32_t used = n;
-        while (bits + subBits < longest && used < (1 << subBits)) {
+        int32_t filled = n;
+        while (bits + subBits < longest && filled < (1 << subBits)) {
           ++subBits;
-          used = (used << 1) + count[bits + subBits];
+          filled = (filled << 1) + count[bits + subBits];
         }
         subStart = subNext = end;
         end += 1 << subBits;
