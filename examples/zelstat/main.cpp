@@ -98,9 +98,7 @@ int Run(const Options& options) {
 }  // namespace zelstat
 
 int main(int argc, char** argv) {
-  int exitStatus;
-  const auto options = zelstat::ParseOptions(argc, argv, exitStatus);
-  if (!options) return exitStatus;
+  const zelstat::Options options = zelstat::ParseOptions(argc, argv);
   example::RemoveNewFileOnSignals();
-  return zelstat::Run(*options);
+  return zelstat::Run(options);
 }
