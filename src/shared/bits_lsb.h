@@ -66,12 +66,40 @@ struct BitReader {
   static uint64_t Mask(uint32_t n) { return (uint64_t{1} << n) - 1; }
 };
 
+// Reads likewise, but takes single bytes, and none before it is needed.
+struct BytewiseReader {
+  uint64_t bits;  // the next bit lowest, zero above `count`
+  int32_t count;
+  const uint8_t* src;
+  int32_t left;
+
+  // Has at least n bits, n up to 32, or all that there are: then the answer is false.
+  bool Gather(int32_t n) {
+    while (count < n) {
+      if (left == 0) return false;
+      bits |= uint64_t{*src++} << count;
+      --left;
+      count += 8;
+    }
+    return true;
+  }
+
+  uint32_t Take(int n) {
+    const uint32_t v = static_cast<uint32_t>(bits & BitReader::Mask(static_cast<uint32_t>(n)));
+    bits >>= n;
+    count -= n;
+    return v;
+  }
+
+  void AlignToByte() { Take(count & 7); }
+};
+
 // Writes behind bits that an earlier call left over. Bits wait in the accumulator until WriteBytes finds room.
 struct BitWriter {
   uint64_t bits;  // the first one lowest, zero above `count`
   uint32_t count;
   uint8_t* out;
-  uint8_t* outEnd;
+  uint8_t* outEnd;  // null: whoever calls knows that there is room
 
   BitWriter(uint64_t heldBits, int32_t heldCount, uint8_t* dst, uint8_t* dstEnd)
       : bits(heldBits), count(static_cast<uint32_t>(heldCount)), out(dst), outEnd(dstEnd) {}
@@ -93,6 +121,14 @@ struct BitWriter {
       count -= 8;
     }
     return true;
+  }
+
+  // Writes whole bytes, of at most 63 bits; there are 8 bytes of room, all of which may be written.
+  ZELDC_ALWAYS_INLINE void WriteBytesWide() {
+    StoreLE(out, bits);
+    out += count >> 3;
+    bits >>= count & ~7u;
+    count &= 7;
   }
 };
 
