@@ -4,6 +4,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "core/assert.h"
 #include "core/target.h"
 #include "shared/unaligned.h"
 
@@ -37,6 +38,7 @@ struct BitReader {
   }
 
   ZELDC_ALWAYS_INLINE void Consume(unsigned n) {
+    ZELDC_ASSERT(n <= count);
     bits >>= n;
     count -= n;
   }
@@ -85,6 +87,7 @@ struct BytewiseReader {
   }
 
   uint32_t Take(int n) {
+    ZELDC_ASSERT(n <= count);
     const uint32_t v = static_cast<uint32_t>(bits & BitReader::Mask(static_cast<uint32_t>(n)));
     bits >>= n;
     count -= n;
@@ -106,6 +109,7 @@ struct BitWriter {
 
   // Room in the accumulator is the caller's business: up to 57 bits after WriteBytes left less than a byte.
   ZELDC_ALWAYS_INLINE void Put(uint64_t v, uint32_t n) {
+    ZELDC_ASSERT(count + n <= 64);
     bits |= v << count;
     count += n;
   }
@@ -125,6 +129,7 @@ struct BitWriter {
 
   // Writes whole bytes, of at most 63 bits; there are 8 bytes of room, all of which may be written.
   ZELDC_ALWAYS_INLINE void WriteBytesWide() {
+    ZELDC_ASSERT(count < 64 && (outEnd == nullptr || outEnd - out >= 8));
     StoreLE(out, bits);
     out += count >> 3;
     bits >>= count & ~7u;

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "core/assert.h"
+
 namespace zeldc {
 
 namespace {
@@ -22,6 +24,7 @@ constexpr int SymbolOf(Leaf leaf) { return static_cast<int>(leaf & 0xFFFF); }
 }  // namespace
 
 void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count) {
+  ZELDC_ASSERT(2 <= n && n <= kMaxCodeSymbols && n <= int64_t{1} << limit);
   // Nodes 0 .. n-1 are the leaves, n .. 2n-2 the inner nodes as they come about.
   uint32_t weight[2 * kMaxCodeSymbols];
   uint16_t parent[2 * kMaxCodeSymbols];
@@ -66,6 +69,7 @@ void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count) {
 }
 
 void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8_t* lengths) {
+  ZELDC_ASSERT(2 <= symbols && symbols <= kMaxCodeSymbols && limit <= kMaxCodeLimit);
   Leaf leaves[kMaxCodeSymbols];
   int n = 0;
   for (int i = 0; i < symbols; ++i) {
