@@ -27,7 +27,7 @@ struct MsbReader {
   uint32_t count;
   const uint8_t* src;
   const uint8_t* srcStart;
-  const uint8_t* srcEnd;
+  const uint8_t* srcEnd;  // null: whoever calls knows how far the source goes
 
   MsbReader(uint32_t waiting, int32_t waitingCount, const uint8_t* source, size_t len)
       : bits((uint64_t{waiting} << 32) & UpperBits(WaitingBits(waitingCount))),
@@ -38,7 +38,7 @@ struct MsbReader {
 
   // The refill of the inner loops: 8 bytes of source are left. Has at least 56 bits afterwards, never more than 63.
   ZELDC_ALWAYS_INLINE void RefillWide() {
-    ZELDC_ASSERT(srcEnd - src >= 8);
+    ZELDC_ASSERT(srcEnd == nullptr || srcEnd - src >= 8);
     bits |= LoadBE<uint64_t>(src) >> count;
     src += (63 - count) >> 3;
     count |= 56;
