@@ -1,7 +1,5 @@
 #include "bench.h"
 
-#include <zlib.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -9,6 +7,8 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+
+#include "zlib_streams.h"
 
 void Fail(const std::string& message) {
   std::fprintf(stderr, "bench_zeldc: %s\n", message.c_str());
@@ -29,18 +29,20 @@ Sample::Sample(const std::string& path) : name_(std::filesystem::path(path).file
 
 const Bytes& Sample::deflated() {
   if (deflated_.empty()) {
-    z_stream z{};
-    if (deflateInit2(&z, 6, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) Fail("zlib's deflateInit2 fails");
-    deflated_.resize(deflateBound(&z, static_cast<uLong>(data_.size())));
-    z.next_in = data_.data();
-    z.avail_in = static_cast<uInt>(data_.size());
-    z.next_out = deflated_.data();
-    z.avail_out = static_cast<uInt>(deflated_.size());
-    if (deflate(&z, Z_FINISH) != Z_STREAM_END) Fail("zlib's deflate fails");
-    deflated_.resize(z.total_out);
-    deflateEnd(&z);
+    ZlibEncoder encoder(6);
+    deflated_.resize(encoder.Bound(data_.size()));
+    deflated_.resize(encoder.Encode(data_.data(), data_.size(), deflated_.data(), deflated_.size()));
   }
   return deflated_;
+}
+
+std::vector<Bytes> CutIntoBlocks(const Bytes& data, size_t size) {
+  std::vector<Bytes> blocks;
+  for (size_t at = 0; at < data.size(); at += size) {
+    const size_t end = std::min(data.size(), at + size);
+    blocks.emplace_back(data.begin() + static_cast<ptrdiff_t>(at), data.begin() + static_cast<ptrdiff_t>(end));
+  }
+  return blocks;
 }
 
 Output::Output(Buffers buffers, size_t whole, Bytes* copy) : copy_(copy) {
@@ -57,6 +59,11 @@ void Output::Drain() {
   room = size_;
   drained += static_cast<size_t>(used);
   if (copy_) copy_->insert(copy_->end(), next, next + used);
+}
+
+std::string Name(const std::string& family, const std::string& stage, const std::string& coder,
+                 const std::string& what) {
+  return family + "/" + stage + "/" + coder + "/" + what;
 }
 
 std::vector<size_t> LadderSizes(size_t largest) {

@@ -1,7 +1,7 @@
 // What the families share: the files to measure on, buffers, and the registration of a benchmark.
 //
-// A benchmark is called "family/stage/coder/case": the report compares coders of one family, stage and case. A coder
-// of this library is called zeldc or zeldc-something, every other one is a peer.
+// The report compares benchmarks of one family, stage and case, which their names tell. A coder of this library is
+// called zeldc or zeldc-something, every other one is a peer.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -37,6 +37,9 @@ class Sample {
   Bytes data_;
   Bytes deflated_;
 };
+
+// Blocks of this size, the last one maybe smaller.
+std::vector<Bytes> CutIntoBlocks(const Bytes& data, size_t size);
 
 // How a coder meets its data: all at once, or in pieces of 64 KiB as from a file read and written through buffers.
 enum class Buffers { kWhole, k64KiB };
@@ -93,6 +96,13 @@ struct Task {
   size_t output_size = 0;  // of a compressor: bytes
   size_t symbols = 0;      // of a stage that works on symbols: how many
 };
+
+// A benchmark's name: "family/stage/coder/case". What is measured by size has the number of bytes for its case.
+std::string Name(const std::string& family, const std::string& stage, const std::string& coder,
+                 const std::string& what);
+inline std::string Name(const std::string& family, const std::string& stage, const std::string& coder, size_t bytes) {
+  return Name(family, stage, coder, std::to_string(bytes));
+}
 
 // Registers a benchmark that works through `bytes` bytes. `make` allocates what the work needs and verifies its result;
 // it is called once, outside the timing, when the benchmark is first run.

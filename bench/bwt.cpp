@@ -13,13 +13,7 @@ constexpr size_t kBlock = 900000;
 
 // The file's blocks, transformed or not.
 struct Blocks {
-  explicit Blocks(const Bytes& data) {
-    for (size_t at = 0; at < data.size(); at += kBlock) {
-      const size_t size = std::min(kBlock, data.size() - at);
-      blocks.emplace_back(data.begin() + static_cast<ptrdiff_t>(at), data.begin() + static_cast<ptrdiff_t>(at + size));
-    }
-    indexes.resize(blocks.size());
-  }
+  explicit Blocks(const Bytes& data) : blocks(CutIntoBlocks(data, kBlock)), indexes(blocks.size()) {}
 
   std::vector<Bytes> blocks;
   std::vector<int32_t> indexes;
@@ -67,7 +61,7 @@ Blocks TransformAll(const Bytes& data) {
 
 void RegisterBwt(Sample& sample) {
   const Bytes& data = sample.data();
-  Register("bwt/forward/zeldc/" + sample.name(), data.size(), [&data]() -> Task {
+  Register(Name("bwt", "forward", "zeldc", sample.name()), data.size(), [&data]() -> Task {
     const Blocks all(data), columns = TransformAll(data);
     Bytes back(kBlock), buffer(6 * kBlock + 70145);
     for (size_t i = 0; i < all.blocks.size(); ++i) {
@@ -78,7 +72,7 @@ void RegisterBwt(Sample& sample) {
       for (const Bytes& block : all.blocks) Forward(block, column, buffer);
     }};
   });
-  Register("bwt/forward/libdivsufsort/" + sample.name(), data.size(), [&data]() -> Task {
+  Register(Name("bwt", "forward", "libdivsufsort", sample.name()), data.size(), [&data]() -> Task {
     return {[all = Blocks(data), column = Bytes(kBlock), order = std::vector<saidx_t>(kBlock + 1)]() mutable {
       for (const Bytes& block : all.blocks) {
         if (divbwt(block.data(), column.data(), order.data(), Length(block)) < 0) Fail("divbwt");
@@ -87,7 +81,7 @@ void RegisterBwt(Sample& sample) {
   });
 
   auto registerInverse = [&](const char* coder, auto inverse) {
-    Register(std::string("bwt/inverse/") + coder + "/" + sample.name(), data.size(), [&data, inverse]() -> Task {
+    Register(Name("bwt", "inverse", coder, sample.name()), data.size(), [&data, inverse]() -> Task {
       return {
           [columns = TransformAll(data), block = Bytes(kBlock), buffer = Bytes(4 * kBlock + 1024), inverse]() mutable {
             for (size_t i = 0; i < columns.blocks.size(); ++i) {
@@ -98,7 +92,7 @@ void RegisterBwt(Sample& sample) {
   };
   registerInverse("zeldc", Inverse);
   registerInverse("one-byte-a-step", PlainInverse);
-  Register("bwt/inverse/libdivsufsort/" + sample.name(), data.size(), [&data]() -> Task {
+  Register(Name("bwt", "inverse", "libdivsufsort", sample.name()), data.size(), [&data]() -> Task {
     Blocks all(data);
     std::vector<saidx_t> order(kBlock + 1);
     for (size_t i = 0; i < all.blocks.size(); ++i) {

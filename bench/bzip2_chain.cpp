@@ -84,9 +84,7 @@ void Libbz2Decompress(const Bytes& stream, Bytes& out) {
 
 void RegisterBzip2Chain(Sample& sample) {
   const Bytes& data = sample.data();
-  const auto name = [&](const char* stage, const char* coder) {
-    return std::string("bzip2/") + stage + "/" + coder + "/" + sample.name();
-  };
+  const auto name = [&](const char* stage, const char* coder) { return Name("bzip2", stage, coder, sample.name()); };
   Register(name("compress", "zeldc"), data.size(), [&data]() -> Task {
     const auto encoder = std::make_shared<BlockEncoder>(BlockFiller::Capacity(kLevel));
     const auto out = std::make_shared<Bytes>();

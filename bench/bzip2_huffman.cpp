@@ -290,7 +290,7 @@ size_t CountSymbols(const Blocks& blocks) {
 
 template <typename Coder>
 void RegisterDecoder(Sample& sample, const char* coder) {
-  const std::string name = std::string("bzip2-huffman/decode/") + coder + "/" + sample.name();
+  const std::string name = Name("bzip2-huffman", "decode", coder, sample.name());
   Register(name, sample.data().size(), [=, &sample]() -> Task {
     const auto blocks = BlocksOf(sample);
     const auto decoder = std::make_shared<Coder>();
@@ -310,7 +310,7 @@ void RegisterDecoder(Sample& sample, const char* coder) {
 // Of each block a coder that knows its codes, so that the symbols alone are timed.
 template <typename Coder, typename Prepare>
 void RegisterEncoder(Sample& sample, const char* coder, Prepare prepare) {
-  const std::string name = std::string("bzip2-huffman/encode/") + coder + "/" + sample.name();
+  const std::string name = Name("bzip2-huffman", "encode", coder, sample.name());
   Register(name, sample.data().size(), [=, &sample]() -> Task {
     const auto blocks = BlocksOf(sample);
     const auto coders = std::make_shared<std::vector<Coder>>(blocks->size());
@@ -327,7 +327,7 @@ void RegisterEncoder(Sample& sample, const char* coder, Prepare prepare) {
 }  // namespace
 
 void RegisterBzip2Huffman(Sample& sample) {
-  Register("bzip2-huffman/init/zeldc/" + sample.name(), sample.data().size(), [&sample]() -> Task {
+  Register(Name("bzip2-huffman", "init", "zeldc", sample.name()), sample.data().size(), [&sample]() -> Task {
     const auto blocks = BlocksOf(sample);
     const auto encoder = std::make_shared<Encoder>();
     Task task;

@@ -233,7 +233,7 @@ void TableLoop(const uint8_t* in_use, uint8_t* bytes, size_t size) {
 
 // `thread_count` 0 is the plain loop. The clock on the wall counts, since threads are to make use of it.
 void RegisterReductionOf(const std::string& coder, int32_t thread_count, size_t size) {
-  const std::string name = "reduction/reduce/" + coder + "/" + std::to_string(size);
+  const std::string name = Name("reduction", "reduce", coder, size);
   benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
     uint8_t in_use[256];
     for (int v = 0; v < 256; ++v) in_use[v] = v % 3 != 0;
@@ -267,9 +267,7 @@ void SetThreads(int32_t count) { threads = count; }
 
 void RegisterBzip2Stages(Sample& sample) {
   const auto blocks = std::make_shared<Blocks>(sample);
-  const auto name = [&](const char* stage, const char* coder) {
-    return std::string("stages/") + stage + "/" + coder + "/" + sample.name();
-  };
+  const auto name = [&](const char* stage, const char* coder) { return Name("stages", stage, coder, sample.name()); };
   const auto ranks_with = [](auto way) {
     return [way](const Block& block, Bytes* out) {
       way(block.transformed, out);

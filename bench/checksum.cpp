@@ -111,7 +111,7 @@ using Checksum = uint32_t (*)(const uint8_t* data, size_t size);
 // The function is a template argument, so that it is inlined and a short message pays for the library's call alone.
 template <Checksum kChecksum>
 void RegisterChecksum(const char* stage, const char* coder, size_t size, Checksum reference) {
-  const std::string name = std::string("checksum/") + stage + "/" + coder + "/" + std::to_string(size);
+  const std::string name = Name("checksum", stage, coder, size);
   benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
     const uint8_t* data = Data();
     if (kChecksum(data, size) != reference(data, size)) Fail(name + " is wrong");

@@ -4,9 +4,10 @@
 #include "deflate.h"
 
 #include <libdeflate.h>
-#include <zlib.h>
 
 #include <memory>
+
+#include "zlib_streams.h"
 
 namespace {
 
@@ -148,13 +149,13 @@ void RegisterLevel(Sample& sample, const std::string& coder, zelLZ77Level level)
     RegisterEncoder(sample, buffers, coder, [=](Input in, Output& out) { Deflate(state.get(), in, out); });
   }
 
-  const std::string search = "deflate/search/" + coder + "/" + sample.name();
+  const std::string search = Name("deflate", "search", coder, sample.name());
   Register(search, sample.data().size(), [=, &sample]() -> Task {
     if (!Gives(MakeParse(state.get(), sample.data()), sample.data())) Fail(search + " is wrong");
     return {[=, &sample] { Search(state.get(), Input(sample.data(), Buffers::kWhole), [](const Block&) {}); }};
   });
 
-  const std::string blocks = "deflate/blocks/" + coder + "/" + sample.name();
+  const std::string blocks = Name("deflate", "blocks", coder, sample.name());
   Register(blocks, sample.data().size(), [=, &sample]() -> Task {
     const auto parse = std::make_shared<Parse>(MakeParse(state.get(), sample.data()));
     Bytes deflated;
@@ -169,17 +170,11 @@ void RegisterLevel(Sample& sample, const std::string& coder, zelLZ77Level level)
 }
 
 void RegisterZlib(Sample& sample, int level) {
-  const auto z = std::make_shared<z_stream>();
-  if (deflateInit2(z.get(), level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) Fail("zlib's deflateInit2 fails");
+  const auto encoder = std::make_shared<ZlibEncoder>(level);
   RegisterEncoder(sample, Buffers::kWhole, "zlib-" + std::to_string(level), [=](Input in, Output& out) {
-    deflateReset(z.get());
-    z->next_in = in.next;
-    z->avail_in = static_cast<uInt>(in.left);
-    z->next_out = out.next;
-    z->avail_out = static_cast<uInt>(out.room);
-    if (deflate(z.get(), Z_FINISH) != Z_STREAM_END) Fail("zlib's deflate fails");
-    out.next = z->next_out;
-    out.room = static_cast<int32_t>(z->avail_out);
+    const size_t made = encoder->Encode(in.next, static_cast<size_t>(in.left), out.next, static_cast<size_t>(out.room));
+    out.next += made;
+    out.room -= static_cast<int32_t>(made);
     out.Drain();
   });
 }
@@ -215,7 +210,7 @@ void CheckDeflated(const std::string& name, const Bytes& deflated, const Bytes& 
 
 void RegisterEncoder(Sample& sample, Buffers buffers, const std::string& coder,
                      std::function<void(Input in, Output& out)> encode) {
-  const std::string name = std::string("deflate/") + StageName(buffers) + "/" + coder + "/" + sample.name();
+  const std::string name = Name("deflate", StageName(buffers), coder, sample.name());
   Register(name, sample.data().size(), [=, &sample]() -> Task {
     const Bytes& data = sample.data();
     Bytes deflated;

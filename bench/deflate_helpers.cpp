@@ -248,10 +248,10 @@ void RegisterLevel(Sample& sample, int32_t level) {
     RegisterEncoder(sample, buffers, coder, [=](Input in, Output& out) { encoder->Encode(in, out); });
   }
   // What the parts make is verified with the whole.
-  Register("deflate/search/" + coder + "/" + sample.name(), sample.data().size(), [=, &sample]() -> Task {
+  Register(Name("deflate", "search", coder, sample.name()), sample.data().size(), [=, &sample]() -> Task {
     return {[=, &sample] { encoder->Search(Input(sample.data(), Buffers::kWhole), [](Block&) {}); }};
   });
-  Register("deflate/blocks/" + coder + "/" + sample.name(), sample.data().size(), [=, &sample]() -> Task {
+  Register(Name("deflate", "blocks", coder, sample.name()), sample.data().size(), [=, &sample]() -> Task {
     const auto blocks = std::make_shared<std::vector<Block>>();
     encoder->Search(Input(sample.data(), Buffers::kWhole), [&](Block& block) { blocks->push_back(block); });
     return {[=, size = sample.data().size()] {

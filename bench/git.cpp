@@ -10,18 +10,6 @@
 
 namespace {
 
-struct Blocks {
-  Blocks(const Bytes& data, size_t block_size) : size(block_size) {
-    for (size_t at = 0; at < data.size(); at += size) {
-      const size_t end = std::min(data.size(), at + size);
-      blocks.emplace_back(data.begin() + static_cast<ptrdiff_t>(at), data.begin() + static_cast<ptrdiff_t>(end));
-    }
-  }
-
-  size_t size;
-  std::vector<Bytes> blocks;
-};
-
 size_t TotalSize(const std::vector<Bytes>& all) {
   size_t total = 0;
   for (const Bytes& one : all) total += one.size();
@@ -99,21 +87,21 @@ std::unique_ptr<Coder> Make(const std::string& name, size_t block_size) {
   return std::make_unique<Git>(block_size, name == "zeldc-left" ? 1 : name == "zeldc-right" ? 2 : 3);
 }
 
-std::vector<Bytes> EncodeAll(const Blocks& all, Coder& coder) {
-  Bytes room(2 * all.size + 8192);
+std::vector<Bytes> EncodeAll(const std::vector<Bytes>& blocks, Coder& coder) {
+  Bytes room(2 * blocks.front().size() + 8192);
   std::vector<Bytes> coded;
-  for (const Bytes& block : all.blocks) {
+  for (const Bytes& block : blocks) {
     const size_t size = coder.Encode(block, room);
     coded.emplace_back(room.begin(), room.begin() + static_cast<ptrdiff_t>(size));
   }
   return coded;
 }
 
-void Verify(const Blocks& all, const std::vector<Bytes>& coded, Coder& coder) {
-  Bytes room(all.size);
+void Verify(const std::vector<Bytes>& blocks, const std::vector<Bytes>& coded, Coder& coder) {
+  Bytes room(blocks.front().size());
   for (size_t i = 0; i < coded.size(); ++i) {
     const size_t size = coder.Decode(coded[i], room);
-    if (size != all.blocks[i].size() || !std::equal(all.blocks[i].begin(), all.blocks[i].end(), room.begin())) {
+    if (size != blocks[i].size() || !std::equal(blocks[i].begin(), blocks[i].end(), room.begin())) {
       Fail("a block does not come back");
     }
   }
@@ -122,22 +110,21 @@ void Verify(const Blocks& all, const std::vector<Bytes>& coded, Coder& coder) {
 void RegisterCoder(const std::string& coder_name, const char* size_name, size_t block_size, Sample& sample) {
   const Bytes& data = sample.data();
   const auto name = [&](const char* way) {
-    return std::string("git/") + way + "-" + size_name + "/" + coder_name + "/" + sample.name();
+    return Name("git", std::string(way) + "-" + size_name, coder_name, sample.name());
   };
   Register(name("encode"), data.size(), [&data, coder_name, block_size]() -> Task {
     const std::shared_ptr<Coder> coder = Make(coder_name, block_size);
-    const auto all = std::make_shared<Blocks>(data, block_size);
-    const std::vector<Bytes> coded = EncodeAll(*all, *coder);
-    Verify(*all, coded, *coder);
-    return {[coder, all, room = Bytes(2 * block_size + 8192)]() mutable {
-              for (const Bytes& block : all->blocks) coder->Encode(block, room);
+    const std::vector<Bytes> blocks = CutIntoBlocks(data, block_size);
+    const std::vector<Bytes> coded = EncodeAll(blocks, *coder);
+    Verify(blocks, coded, *coder);
+    return {[coder, blocks, room = Bytes(2 * block_size + 8192)]() mutable {
+              for (const Bytes& block : blocks) coder->Encode(block, room);
             },
             coder_name == "memcpy" ? 0 : TotalSize(coded)};
   });
   Register(name("decode"), data.size(), [&data, coder_name, block_size]() -> Task {
     const std::shared_ptr<Coder> coder = Make(coder_name, block_size);
-    const Blocks all(data, block_size);
-    return {[coder, coded = EncodeAll(all, *coder), room = Bytes(block_size)]() mutable {
+    return {[coder, coded = EncodeAll(CutIntoBlocks(data, block_size), *coder), room = Bytes(block_size)]() mutable {
       for (const Bytes& one : coded) coder->Decode(one, room);
     }};
   });

@@ -2,12 +2,11 @@
 // the making of codes and their description included on both sides. zlib counts the bytes besides, and so does one of
 // ours.
 
-#include <zlib.h>
-
 #include <array>
 #include <memory>
 
 #include "bench.h"
+#include "zlib_streams.h"
 
 namespace {
 
@@ -73,27 +72,10 @@ class ZlibCoder {
   explicit ZlibCoder(const Bytes& data) : coded_(2 * data.size() + 1000), decoded_(data.size()) {}
 
   void Encode(const Bytes& data) {
-    z_stream z{};
-    if (deflateInit2(&z, 6, Z_DEFLATED, -15, 8, Z_HUFFMAN_ONLY) != Z_OK) Fail("zlib's deflateInit2 fails");
-    z.next_in = data.data();
-    z.avail_in = static_cast<uInt>(data.size());
-    z.next_out = coded_.data();
-    z.avail_out = static_cast<uInt>(coded_.size());
-    if (deflate(&z, Z_FINISH) != Z_STREAM_END) Fail("zlib's deflate fails");
-    size_ = z.total_out;
-    deflateEnd(&z);
+    size_ = ZlibEncoder(6, Z_HUFFMAN_ONLY).Encode(data.data(), data.size(), coded_.data(), coded_.size());
   }
 
-  void Decode() {
-    z_stream z{};
-    if (inflateInit2(&z, -15) != Z_OK) Fail("zlib's inflateInit2 fails");
-    z.next_in = coded_.data();
-    z.avail_in = static_cast<uInt>(size_);
-    z.next_out = decoded_.data();
-    z.avail_out = static_cast<uInt>(decoded_.size());
-    if (inflate(&z, Z_FINISH) != Z_STREAM_END) Fail("zlib's inflate fails");
-    inflateEnd(&z);
-  }
+  void Decode() { ZlibDecoder().Decode(coded_.data(), size_, decoded_.data(), decoded_.size()); }
 
   size_t size() const { return size_; }
   const Bytes& decoded() const { return decoded_; }
@@ -114,20 +96,18 @@ std::shared_ptr<Coder> MakeCoder(const Sample& sample) {
 
 template <typename Coder>
 void RegisterEncoder(Sample& sample, const char* name) {
-  Register(std::string("huffman/bytes-encode/") + name + "/" + sample.name(), sample.data().size(),
-           [&sample]() -> Task {
-             const auto coder = MakeCoder<Coder>(sample);
-             return {[=, &sample] { coder->Encode(sample.data()); }, coder->size(), 0};
-           });
+  Register(Name("huffman", "bytes-encode", name, sample.name()), sample.data().size(), [&sample]() -> Task {
+    const auto coder = MakeCoder<Coder>(sample);
+    return {[=, &sample] { coder->Encode(sample.data()); }, coder->size(), 0};
+  });
 }
 
 template <typename Coder>
 void RegisterDecoder(Sample& sample, const char* name) {
-  Register(std::string("huffman/bytes-decode/") + name + "/" + sample.name(), sample.data().size(),
-           [&sample]() -> Task {
-             const auto coder = MakeCoder<Coder>(sample);
-             return {[=] { coder->Decode(); }, 0, 0};
-           });
+  Register(Name("huffman", "bytes-decode", name, sample.name()), sample.data().size(), [&sample]() -> Task {
+    const auto coder = MakeCoder<Coder>(sample);
+    return {[=] { coder->Decode(); }, 0, 0};
+  });
 }
 
 }  // namespace

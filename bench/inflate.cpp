@@ -2,11 +2,11 @@
 // decoding.
 
 #include <libdeflate.h>
-#include <zlib.h>
 
 #include <memory>
 
 #include "bench.h"
+#include "zlib_streams.h"
 
 namespace {
 
@@ -158,7 +158,7 @@ void ZlibInflate(z_stream* z, Input in, Output& out) {
 // The decoder is called once with a copy of its output, which must be the file, and then for the time.
 template <typename Decode>
 void RegisterDecoder(Sample& sample, Buffers buffers, const char* coder, Decode decode) {
-  const std::string name = std::string("inflate/") + StageName(buffers) + "/" + coder + "/" + sample.name();
+  const std::string name = Name("inflate", StageName(buffers), coder, sample.name());
   Register(name, sample.data().size(), [=, &sample]() -> Task {
     const size_t size = sample.data().size();
     const Bytes& deflated = sample.deflated();
@@ -183,16 +183,14 @@ void InflateWhole(const Input& in, Output& out) {
 
 void RegisterInflate(Sample& sample) {
   static const std::shared_ptr<zelLZ77State> pairs = MakeDecoder();
-  static z_stream z{};
-  static const int ready = inflateInit2(&z, -15);
-  if (ready != Z_OK) Fail("zlib's inflateInit2 fails");
+  static ZlibDecoder zlib;
   static libdeflate_decompressor* const libdeflate = libdeflate_alloc_decompressor();
 
   for (Buffers buffers : {Buffers::kWhole, Buffers::k64KiB}) {
     RegisterDecoder(sample, buffers, "zeldc", InflateWhole);
     RegisterDecoder(sample, buffers, "zeldc-pairs", [](Input in, Output& out) { InflatePairs(pairs.get(), in, out); });
     RegisterDecoder(sample, buffers, "zeldc-one-call", InflateByBlocks);
-    RegisterDecoder(sample, buffers, "zlib", [](Input in, Output& out) { ZlibInflate(&z, in, out); });
+    RegisterDecoder(sample, buffers, "zlib", [](Input in, Output& out) { ZlibInflate(zlib.stream(), in, out); });
   }
   RegisterDecoder(sample, Buffers::kWhole, "libdeflate", [](Input in, Output& out) {
     const size_t size = static_cast<size_t>(out.room);

@@ -106,25 +106,26 @@ Task Liblzo2Task(const Bytes& data, Liblzo2 decompress) {
 
 void RegisterLzo(Sample& sample) {
   const Bytes& data = sample.data();
-  const auto add = [&](const std::string& what, std::function<Task()> make) {
-    Register("lzo/" + what + "/" + sample.name(), data.size(), std::move(make));
+  const auto add = [&](const char* stage, const char* coder, std::function<Task()> make) {
+    Register(Name("lzo", stage, coder, sample.name()), data.size(), std::move(make));
   };
-  add("compress/zeldc", [&data] { return EncodeTask(data, zelLZOMethodSingle); });
-  add("compress/lzo1x_1", [&data] { return Liblzo2Task(data); });
-  add("decompress/zeldc", [&data] { return DecodeTask(data, zelLZOMethodSingle, zelsDecodeLZOSafe_8u); });
-  add("decompress/zeldc-unchecked", [&data] { return DecodeTask(data, zelLZOMethodSingle, zelsDecodeLZO_8u); });
-  add("decompress/lzo1x_decompress_safe", [&data] { return Liblzo2Task(data, lzo1x_decompress_safe); });
-  add("decompress/lzo1x_decompress", [&data] { return Liblzo2Task(data, lzo1x_decompress); });
+  add("compress", "zeldc", [&data] { return EncodeTask(data, zelLZOMethodSingle); });
+  add("compress", "lzo1x_1", [&data] { return Liblzo2Task(data); });
+  add("decompress", "zeldc", [&data] { return DecodeTask(data, zelLZOMethodSingle, zelsDecodeLZOSafe_8u); });
+  add("decompress", "zeldc-unchecked", [&data] { return DecodeTask(data, zelLZOMethodSingle, zelsDecodeLZO_8u); });
+  add("decompress", "lzo1x_decompress_safe", [&data] { return Liblzo2Task(data, lzo1x_decompress_safe); });
+  add("decompress", "lzo1x_decompress", [&data] { return Liblzo2Task(data, lzo1x_decompress); });
 
-  const auto addThreads = [&](const std::string& what, int32_t threads, std::function<Task()> make) {
-    RegisterThreads("lzo-threads/" + what + "/" + sample.name(), data, threads, std::move(make));
+  const auto addThreads = [&](const char* stage, const std::string& coder, int32_t threads,
+                              std::function<Task()> make) {
+    RegisterThreads(Name("lzo-threads", stage, coder, sample.name()), data, threads, std::move(make));
   };
   for (int32_t threads : {1, 2}) {
-    const std::string coder = "/zeldc-" + std::to_string(threads) + (threads == 1 ? " thread" : " threads");
-    addThreads("compress" + coder, threads, [&data] { return EncodeTask(data, zelLZOMethodParallel); });
-    addThreads("decompress" + coder, threads,
+    const std::string coder = "zeldc-" + std::to_string(threads) + (threads == 1 ? " thread" : " threads");
+    addThreads("compress", coder, threads, [&data] { return EncodeTask(data, zelLZOMethodParallel); });
+    addThreads("decompress", coder, threads,
                [&data] { return DecodeTask(data, zelLZOMethodParallel, zelsDecodeLZOSafe_8u); });
   }
-  addThreads("compress/liblzo2", 1, [&data] { return Liblzo2Task(data); });
-  addThreads("decompress/liblzo2", 1, [&data] { return Liblzo2Task(data, lzo1x_decompress_safe); });
+  addThreads("compress", "liblzo2", 1, [&data] { return Liblzo2Task(data); });
+  addThreads("decompress", "liblzo2", 1, [&data] { return Liblzo2Task(data, lzo1x_decompress_safe); });
 }

@@ -1,11 +1,10 @@
 // LZSS: encoding beside the search for the same matches without any coding, and decoding beside zlib, which decodes
 // the same file from a smaller stream.
 
-#include <zlib.h>
-
 #include <memory>
 
 #include "bench.h"
+#include "zlib_streams.h"
 
 namespace {
 
@@ -53,7 +52,7 @@ Bytes MakeStream(zelLZSSState* encoder, const Bytes& data) {
 
 void RegisterCompress(Sample& sample) {
   const State encoder = MakeState(zelsEncodeLZSSInitAlloc_8u);
-  Register("lzss/compress/zeldc/" + sample.name(), sample.data().size(), [=, &sample]() -> Task {
+  Register(Name("lzss", "compress", "zeldc", sample.name()), sample.data().size(), [=, &sample]() -> Task {
     const auto stream = std::make_shared<Bytes>(Bound(sample.data().size()));
     const size_t size = Encode(encoder.get(), sample.data(), stream.get());
     return {[=, &sample] { Encode(encoder.get(), sample.data(), stream.get()); }, size};
@@ -66,7 +65,7 @@ void RegisterSearch(Sample& sample) {
   Check(zelsEncodeLZ77InitAlloc_8u(zelLZ77LevelNormal, zelLZ77CheckNone, &record), "zelsEncodeLZ77InitAlloc_8u");
   const std::shared_ptr<zelLZ77State> state(record, zelsLZ77Free_8u);
   const auto pairs = std::make_shared<std::vector<zelLZ77Pair>>(zelLZ77MaxPairs);
-  Register("lzss/compress/deflate-search/" + sample.name(), sample.data().size(), [=, &sample]() -> Task {
+  Register(Name("lzss", "compress", "deflate-search", sample.name()), sample.data().size(), [=, &sample]() -> Task {
     return {[=, &sample] {
       Check(zelsEncodeLZ77Reset_8u(state.get()), "zelsEncodeLZ77Reset_8u");
       uint8_t* src = const_cast<uint8_t*>(sample.data().data());
@@ -85,7 +84,7 @@ void RegisterDecompress(Sample& sample, Buffers buffers) {
   const State encoder = MakeState(zelsEncodeLZSSInitAlloc_8u);
   const State decoder = MakeState(zelsDecodeLZSSInitAlloc_8u);
   const std::string stage = buffers == Buffers::kWhole ? "decompress" : StageName(buffers);
-  const std::string name = "lzss/" + stage + "/zeldc/" + sample.name();
+  const std::string name = Name("lzss", stage, "zeldc", sample.name());
   Register(name, sample.data().size(), [=, &sample]() -> Task {
     const auto stream = std::make_shared<Bytes>(MakeStream(encoder.get(), sample.data()));
     const auto data = std::make_shared<Bytes>(sample.data().size() + 1);  // so that it is never full at the end
@@ -97,19 +96,11 @@ void RegisterDecompress(Sample& sample, Buffers buffers) {
 }
 
 void RegisterInflatePeer(Sample& sample) {
-  const auto z = std::make_shared<z_stream>();
-  if (inflateInit2(z.get(), -15) != Z_OK) Fail("zlib's inflateInit2 fails");
-  Register("lzss/decompress/zlib-inflate/" + sample.name(), sample.data().size(), [=, &sample]() -> Task {
+  const auto zlib = std::make_shared<ZlibDecoder>();
+  Register(Name("lzss", "decompress", "zlib-inflate", sample.name()), sample.data().size(), [=, &sample]() -> Task {
     const Bytes& stream = sample.deflated();
     const auto data = std::make_shared<Bytes>(sample.data().size() + 1);
-    return {[=, &stream] {
-      inflateReset(z.get());
-      z->next_in = stream.data();
-      z->avail_in = static_cast<uInt>(stream.size());
-      z->next_out = data->data();
-      z->avail_out = static_cast<uInt>(data->size());
-      if (inflate(z.get(), Z_FINISH) != Z_STREAM_END) Fail("zlib's inflate fails");
-    }};
+    return {[=, &stream] { zlib->Decode(stream.data(), stream.size(), data->data(), data->size()); }};
   });
 }
 

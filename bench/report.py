@@ -93,21 +93,25 @@ def print_table(header: list, rows: list):
         print("  ".join(cells).rstrip())
 
 
-def rows_of(family: Family):
-    """Each of our results, as a list of rows beside every peer of the same stage and case, or one without a peer."""
+def our_rows(family: Family):
+    """Each of our results, without a peer."""
     for stage in family.stages:
         for coder in family.ours():
             for case in family.cases:
                 ours = family.get(stage, coder, case)
-                if not ours:
-                    continue
-                alone = Row(family.name, stage, coder, case, family.of_files, ours)
-                rows = []
-                for peer in family.coders:
-                    result = None if is_ours(peer) else family.get(stage, peer, case)
-                    if result:
-                        rows.append(alone._replace(peer_name=peer, peer=result, yardstick=family.is_yardstick(peer)))
-                yield rows or [alone]
+                if ours:
+                    yield Row(family.name, stage, coder, case, family.of_files, ours)
+
+
+def rows_of(family: Family):
+    """Each of our results, as a list of rows beside every peer of the same stage and case, or one without a peer."""
+    for alone in our_rows(family):
+        rows = []
+        for peer in family.coders:
+            result = None if is_ours(peer) else family.get(alone.stage, peer, alone.case)
+            if result:
+                rows.append(alone._replace(peer_name=peer, peer=result, yardstick=family.is_yardstick(peer)))
+        yield rows or [alone]
 
 
 def report_side_by_side(family: Family) -> list:
@@ -190,25 +194,19 @@ def report_levels(family: Family) -> list:
     peers = list(dict.fromkeys(re.sub(r"-\d+$", "", coder) for coder in family.coders if not is_ours(coder)))
     header = ["", "%", "zeldc"] + [cell for peer in peers for cell in (peer, "%", "MB/s", "ratio  ")]
     lines, all_rows = [], []
-    for stage in family.stages:
-        for coder in family.ours():
-            for case in family.cases:
-                ours = family.get(stage, coder, case)
-                if not ours:
-                    continue
-                alone = Row(family.name, stage, coder, case, True, ours)
-                line = [alone.label, f"{ours.percent:.2f}" if ours.output else "", number(ours.speed)]
-                rows = []
-                for peer in peers:
-                    level = fair_level(family, peer, case, ours) if ours.output else None
-                    if level:
-                        rows.append(alone._replace(peer_name=f"{peer}-{level[0]}", peer=level[1]))
-                        line += ["-" + level[0], f"{level[1].percent:.2f}", number(level[1].speed),
-                                 ratio_text(rows[-1])]
-                    else:
-                        line += ["none" if ours.output else "", "", "", ""]
-                lines.append(line)
-                all_rows += rows or [alone]
+    for alone in our_rows(family):
+        ours = alone.ours
+        line = [alone.label, f"{ours.percent:.2f}" if ours.output else "", number(ours.speed)]
+        rows = []
+        for peer in peers:
+            level = fair_level(family, peer, alone.case, ours) if ours.output else None
+            if level:
+                rows.append(alone._replace(peer_name=f"{peer}-{level[0]}", peer=level[1]))
+                line += ["-" + level[0], f"{level[1].percent:.2f}", number(level[1].speed), ratio_text(rows[-1])]
+            else:
+                line += ["none" if ours.output else "", "", "", ""]
+        lines.append(line)
+        all_rows += rows or [alone]
     print_table(header, lines)
     print("\nA peer's level is the fastest that compresses at least as well as ours; none: no level does.")
 

@@ -6,11 +6,11 @@
 #include <divsufsort.h>
 #include <libdeflate.h>
 #include <lzo/lzo1x.h>
-#include <zlib.h>
 
 #include <array>
 
 #include "deflate.h"
+#include "zlib_streams.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ void Verify(const Pieces& pieces, const Pieces& coded, const Coder& coder, const
 void RegisterEncoding(const std::string& stage, const std::string& name, const SharedPieces& pieces, const Coder& coder,
                       const Coder& decoder) {
   const size_t size = pieces->front().size();
-  const std::string full = "sizes/" + stage + "/" + name + "/" + std::to_string(size);
+  const std::string full = Name("sizes", stage, name, size);
   Register(full, size, [=]() -> Task {
     const Pieces coded = EncodeAll(*pieces, coder);
     Verify(*pieces, coded, decoder, full);
@@ -85,7 +85,7 @@ void RegisterEncoding(const std::string& stage, const std::string& name, const S
 void RegisterDecoding(const std::string& stage, const std::string& name, const SharedPieces& pieces,
                       const Coder& encoder, const Coder& coder) {
   const size_t size = pieces->front().size();
-  const std::string full = "sizes/" + stage + "/" + name + "/" + std::to_string(size);
+  const std::string full = Name("sizes", stage, name, size);
   Register(full, size, [=]() -> Task {
     const Pieces coded = EncodeAll(*pieces, encoder);
     Verify(*pieces, coded, coder, full);
@@ -157,25 +157,13 @@ Coder ZeldcHuffman() {
 }
 
 Coder Zlib(int level, int strategy) {
-  const auto encoder = std::make_shared<z_stream>(), decoder = std::make_shared<z_stream>();
-  if (deflateInit2(encoder.get(), level, Z_DEFLATED, -15, 8, strategy) != Z_OK) Fail("zlib's deflateInit2 fails");
-  if (inflateInit2(decoder.get(), -15) != Z_OK) Fail("zlib's inflateInit2 fails");
+  const auto encoder = std::make_shared<ZlibEncoder>(level, strategy);
+  const auto decoder = std::make_shared<ZlibDecoder>();
   return {[encoder](const Bytes& piece, uint8_t* out) {
-            deflateReset(encoder.get());
-            encoder->next_in = piece.data();
-            encoder->avail_in = Unsigned(piece.size());
-            encoder->next_out = out;
-            encoder->avail_out = Unsigned(Room(piece.size()));
-            if (deflate(encoder.get(), Z_FINISH) != Z_STREAM_END) Fail("zlib's deflate fails");
-            return size_t{encoder->total_out};
+            return encoder->Encode(piece.data(), piece.size(), out, Room(piece.size()));
           },
           [decoder](const Bytes& coded, Bytes& piece) {
-            inflateReset(decoder.get());
-            decoder->next_in = coded.data();
-            decoder->avail_in = Unsigned(coded.size());
-            decoder->next_out = piece.data();
-            decoder->avail_out = Unsigned(piece.size());
-            if (inflate(decoder.get(), Z_FINISH) != Z_STREAM_END) Fail("zlib's inflate fails");
+            decoder->Decode(coded.data(), coded.size(), piece.data(), piece.size());
           }};
 }
 

@@ -168,7 +168,7 @@ bool Decoded(const Material& m, size_t count) {
 // Values are encoded and decoded again, for the check, around whatever is measured.
 void RegisterStage(const std::string& stage, const std::string& coder, size_t block,
                    std::function<void(Material&, size_t)> run) {
-  const std::string name = "vlc/" + stage + "/" + coder + "/" + std::to_string(2 * block);
+  const std::string name = Name("vlc", stage, coder, 2 * block);
   const size_t total = Total(block);
   Register(name, 2 * total, [=] {
     Material& m = TheMaterial();

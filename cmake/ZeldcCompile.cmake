@@ -19,4 +19,5 @@ set(zeldc_library_rpath "$ORIGIN")
 if(ZELDC_SANITIZE)
   add_compile_options(-fsanitize=${ZELDC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${ZELDC_SANITIZE})
+  add_compile_definitions(ZELDC_ASSERTIONS)  # src/core/assert.h
 endif()

@@ -17,18 +17,6 @@ using zeldc_test::OneCallStream;
 
 namespace {
 
-Bytes ReadData(Input& input) {
-  const size_t repeats = input.Byte() % 8;
-  const size_t distance = input.Word();
-  Bytes data = input.Rest();
-  const Bytes once = data;
-  for (size_t i = 0; i < repeats && !once.empty(); ++i) {
-    data.resize(data.size() + distance % (i % 2 ? 40000 : 7), static_cast<uint8_t>(i));
-    data.insert(data.end(), once.begin() + static_cast<ptrdiff_t>(i % once.size()), once.end());
-  }
-  return data;
-}
-
 void CheckStream(const Bytes& data, const OneCallOptions& options) {
   const Bytes stream = EncodeByOneCalls(data, options);
   Bytes known;
@@ -89,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   options.dictionary = Dictionary(input.Byte());
   // Small pieces cost time: the smaller they are, the less data.
   const size_t piece = std::min({options.input_piece, options.room, options.block_items, size_t{1000}});
-  Bytes data = ReadData(input);
+  Bytes data = ReadRepeatedData(input);
   if (data.size() > 40 * piece) data.resize(40 * piece);
   CheckStream(data, options);
   return 0;

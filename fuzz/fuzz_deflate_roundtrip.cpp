@@ -18,16 +18,8 @@ using zeldc_test::Path;
 
 namespace {
 
-// Data of the input, repeated at near and far distances, so that short inputs have long matches, too.
 Bytes ReadData(Input& input, size_t most) {
-  const size_t repeats = input.Byte() % 8;
-  const size_t distance = input.Word();
-  Bytes data = input.Rest();
-  const Bytes once = data;
-  for (size_t i = 0; i < repeats && !once.empty(); ++i) {
-    data.resize(data.size() + distance % (i % 2 ? 40000 : 7), static_cast<uint8_t>(i));
-    data.insert(data.end(), once.begin() + static_cast<ptrdiff_t>(i % once.size()), once.end());
-  }
+  Bytes data = ReadRepeatedData(input);
   if (data.size() > most) data.resize(most);
   return data;
 }

@@ -44,6 +44,18 @@ Bytes Input::Take(size_t size) {
   return taken;
 }
 
+Bytes ReadRepeatedData(Input& input) {
+  const size_t repeats = input.Byte() % 8;
+  const size_t distance = input.Word();
+  Bytes data = input.Rest();
+  const Bytes once = data;
+  for (size_t i = 0; i < repeats && !once.empty(); ++i) {
+    data.resize(data.size() + distance % (i % 2 ? 40000 : 7), static_cast<uint8_t>(i));
+    data.insert(data.end(), once.begin() + static_cast<ptrdiff_t>(i % once.size()), once.end());
+  }
+  return data;
+}
+
 Bytes Dictionary(uint8_t kind) {
   if (kind == 0) return {};
   // Small ones and ones around the window's size.

@@ -32,6 +32,10 @@ class Input {
   size_t left_;
 };
 
+// The input's rest behind 3 bytes that tell how it is repeated, at near and far distances, so that short inputs have
+// long matches, too.
+Bytes ReadRepeatedData(Input& input);
+
 // A dictionary by one byte; none for 0.
 Bytes Dictionary(uint8_t kind);
 

@@ -191,15 +191,16 @@ def inputs():
     # Piece and room, their seed; literals first. Pieces, rooms and seeds of encoder and decoder; copies.
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_lzss_decode", name, bytes([31 * i, 90 * i % 256, i % 3, 2 * i]) + lzss(data)
-        yield "fuzz_lzss_roundtrip", name, bytes([70 * i % 256, 40 * i, i % 3, 31 * i, 90 * i % 256, i % 2, 9 * i]) + data
+        options = bytes([70 * i % 256, 40 * i, i % 3, 31 * i, 90 * i % 256, i % 2, 9 * i])
+        yield "fuzz_lzss_roundtrip", name, options + data
     # Sizes of rooms and pieces, a divisor or longest run, and for zero runs the length of a long one.
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_zero_run", name, bytes([40 * i, i, 3 * i, 17 * i, 2 * i]) + data
         yield "fuzz_run_length", name, bytes([90 * i % 256, 2 * i, 31 * i, i % 2, 47 * i % 256, i % 3, 30 * i]) + data
     # Byte Huffman: the lengths' way and number, bytes for them, sizes of pieces and rooms, seed, repeats, a stream.
     for i, (name, lengths) in enumerate(huffman_lengths()):
-        options = bytes([0, i % 3, len(lengths) - 1]) + lengths
-        yield "fuzz_huffman", name, options + bytes([19 * i, 90 * i % 256, i, 7, 60 * i % 256]) + generator.randbytes(150)
+        options = bytes([0, i % 3, len(lengths) - 1]) + lengths + bytes([19 * i, 90 * i % 256, i, 7, 60 * i % 256])
+        yield "fuzz_huffman", name, options + generator.randbytes(150)
         yield "fuzz_huffman_lengths", name, bytes([5, i]) + lengths + bytes(260 if i % 2 else 0)
     for i, (name, data) in enumerate(texts()):
         yield "fuzz_huffman", f"bytes-{name}", bytes([1, 40 * i, i, 0, 9 * i]) + data

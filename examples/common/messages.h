@@ -1,6 +1,7 @@
 // What a program has to tell its user: messages on standard error, and the exit status that follows from them.
 #pragma once
 
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -43,6 +44,23 @@ class Messages {
   void Error(const std::string& text, int exitStatus = kExitError);
   void Warning(const std::string& text, int exitStatus = kExitWarning);  // not shown when quiet
   void Remark(const std::string& text);  // as a warning, but without effect on the exit status
+
+  // Does the work on one file. What is thrown there becomes a message, unless it ends the program; skipped files leave
+  // this exit status.
+  template <typename Work>
+  void Try(const std::string& path, Work work, int skippedStatus = kExitWarning) {
+    try {
+      work();
+    } catch (const Fatal&) {
+      throw;
+    } catch (const Failure& failure) {
+      Error(failure.what(), failure.exitStatus());
+    } catch (const Skipped& skipped) {
+      Warning(skipped.what(), skippedStatus);
+    } catch (const std::bad_alloc&) {
+      Error(path + ": memory exhausted");
+    }
+  }
 
   // The highest of the errors; that of the warnings when there is no error.
   int exitStatus() const { return error_ != kExitOk ? error_ : warning_; }

@@ -48,6 +48,8 @@ void Progress::Show(uint64_t done) {
   nextDrawing_ = now + kDrawingInterval;
 }
 
+bool WantsBar(bool quiet, bool writesToStdout) { return !quiet && !(writesToStdout && isatty(STDOUT_FILENO) == 1); }
+
 std::string ProgressLine(const std::string& name, uint64_t done, uint64_t total, double seconds, size_t width) {
   std::string line = name.size() <= kNameWidth ? name : "..." + name.substr(name.size() - (kNameWidth - 3));
   if (total > 0) {

@@ -33,6 +33,9 @@ class Progress {
   Clock::time_point nextDrawing_;
 };
 
+// Whether a bar is wanted, which would be in the way of data on the same terminal.
+bool WantsBar(bool quiet, bool writesToStdout);
+
 // The line to be shown, `width` characters at most: the file's name, a bar when the total is known, the amount and
 // speed.
 std::string ProgressLine(const std::string& name, uint64_t done, uint64_t total, double seconds, size_t width);

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <new>
 
 #include "common/progress.h"
 #include "zelbzip2/compress.h"
@@ -58,21 +57,16 @@ int Jobs::Run() {
 }
 
 void Jobs::TakePath(const std::string& path) {
-  try {
-    if (options_.action == Action::kCompress) {
-      Compress(Open(path));
-    } else {
-      Decompress(Open(path));
-    }
-  } catch (const example::Fatal&) {
-    throw;
-  } catch (const Failure& failure) {
-    messages_.Error(failure.what(), failure.exitStatus());
-  } catch (const Skipped& skipped) {
-    messages_.Warning(skipped.what(), example::kExitError);
-  } catch (const std::bad_alloc&) {
-    messages_.Error(path + ": memory exhausted");
-  }
+  messages_.Try(
+      path,
+      [&] {
+        if (options_.action == Action::kCompress) {
+          Compress(Open(path));
+        } else {
+          Decompress(Open(path));
+        }
+      },
+      example::kExitError);
 }
 
 // Opens a file, or standard input, if it is one to work on.
@@ -174,10 +168,7 @@ void Jobs::ReportDone(const Source& source, const std::string& what) const {
 }
 
 bool Jobs::WantsProgress(const Source& source) const {
-  // A bar would be in the way of data on the same terminal.
-  const bool writesToTerminal =
-      options_.action != Action::kTest && WritesToStdout(source) && isatty(STDOUT_FILENO) == 1;
-  return !options_.quiet && !writesToTerminal;
+  return example::WantsBar(options_.quiet, options_.action != Action::kTest && WritesToStdout(source));
 }
 
 }  // namespace zelbzip2

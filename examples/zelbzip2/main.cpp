@@ -5,9 +5,7 @@
 #include "zelbzip2/options.h"
 
 int main(int argc, char** argv) {
-  int exitStatus;
-  const auto options = zelbzip2::ParseOptions(argc, argv, exitStatus);
-  if (!options) return exitStatus;
+  const zelbzip2::Options options = zelbzip2::ParseOptions(argc, argv);
   example::RemoveNewFileOnSignals();
-  return zelbzip2::Jobs(*options).Run();
+  return zelbzip2::Jobs(options).Run();
 }

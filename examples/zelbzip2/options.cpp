@@ -1,14 +1,10 @@
 #include "zelbzip2/options.h"
 
-#include <getopt.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <thread>
 
-#include "common/messages.h"
-#include "zeldc.h"
+#include "common/command_line.h"
 
 namespace zelbzip2 {
 
@@ -59,6 +55,8 @@ const option kLongOptions[] = {{"best", no_argument, nullptr, '9'},
                                {"version", no_argument, nullptr, 'V'},
                                {nullptr, 0, nullptr, 0}};
 
+const example::Syntax kSyntax = {kProgramName, kHelpText, "cdfhkLp:qstvVz123456789", kLongOptions};
+
 // A number of threads, or 0 if the text is none.
 unsigned ThreadsOf(const char* text) {
   char* end = nullptr;
@@ -71,20 +69,17 @@ std::string BaseName(const std::string& path) { return path.substr(path.rfind('/
 
 }  // namespace
 
-std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
+Options ParseOptions(int argc, char** argv) {
   Options options;
   options.threads = std::clamp(std::thread::hardware_concurrency(), 1u, kMostThreads);
-  exitStatus = example::kExitOk;
   bool small = false;
 
   const std::string calledAs = BaseName(argc > 0 ? argv[0] : "");
   options.toStdout = calledAs.find("cat") != std::string::npos;
   if (options.toStdout || calledAs.find("unzip") != std::string::npos) options.action = Action::kDecompress;
 
-  std::string name = kProgramName;
-  argv[0] = name.data();  // getopt_long's own messages begin with it
   int letter;
-  while ((letter = getopt_long(argc, argv, "cdfhkLp:qstvVz123456789", kLongOptions, nullptr)) != -1) {
+  while ((letter = example::NextOption(kSyntax, argc, argv)) != -1) {
     switch (letter) {
       case 'c':
         options.toStdout = true;
@@ -95,21 +90,13 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 'f':
         options.force = true;
         break;
-      case 'h':
-        std::fputs(kHelpText, stdout);
-        return std::nullopt;
       case 'k':
         options.keep = true;
         break;
-      case 'L':
-        std::puts("zelbzip2 comes under the MIT license; see the file LICENSE.");
-        return std::nullopt;
       case 'p':
         options.threads = ThreadsOf(optarg);
         if (options.threads == 0) {
-          std::fprintf(stderr, "%s: invalid number of threads '%s'\n", kProgramName, optarg);
-          exitStatus = example::kExitError;
-          return std::nullopt;
+          example::EndByMistake(kSyntax, std::string("invalid number of threads '") + optarg + "'");
         }
         break;
       case 'q':
@@ -124,16 +111,9 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 'v':
         options.verbose = true;
         break;
-      case 'V':
-        std::printf("%s (zeldc %s)\n", kProgramName, zeldcGetLibVersion()->version);
-        return std::nullopt;
       case 'z':
         options.action = Action::kCompress;
         break;
-      case '?':
-        std::fprintf(stderr, "Try `%s --help' for more information.\n", kProgramName);
-        exitStatus = example::kExitError;
-        return std::nullopt;
       default:
         options.level = letter - '0';
     }
@@ -142,8 +122,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     options.threads = 1;
     options.level = std::min(options.level, kSmallLevel);
   }
-  options.files.assign(argv + optind, argv + argc);
-  if (options.files.empty()) options.files.push_back("-");
+  options.files = example::FilesBehindOptions(argc, argv);
   return options;
 }
 

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <limits>
-#include <new>
 #include <vector>
 
 #include "common/progress.h"
@@ -49,25 +48,19 @@ int Jobs::Run() {
 }
 
 void Jobs::TakePath(const std::string& path) {
-  try {
-    if (path == "-") {
-      Take(example::StandardInput());
-    } else if (options_.recursive && std::filesystem::is_directory(path)) {
-      TakeDirectory(path);
-    } else {
-      TakeFile(path);
+  messages_.Try(path, [&] {
+    try {
+      if (path == "-") {
+        Take(example::StandardInput());
+      } else if (options_.recursive && std::filesystem::is_directory(path)) {
+        TakeDirectory(path);
+      } else {
+        TakeFile(path);
+      }
+    } catch (const std::filesystem::filesystem_error& error) {
+      throw Failure(path + ": " + error.code().message());
     }
-  } catch (const example::Fatal&) {
-    throw;
-  } catch (const Failure& failure) {
-    messages_.Error(failure.what());
-  } catch (const Skipped& skipped) {
-    messages_.Warning(skipped.what());
-  } catch (const std::filesystem::filesystem_error& error) {
-    messages_.Error(path + ": " + error.code().message());
-  } catch (const std::bad_alloc&) {
-    messages_.Error(path + ": memory exhausted");
-  }
+  });
 }
 
 void Jobs::TakeDirectory(const std::string& path) {
@@ -215,8 +208,7 @@ void Jobs::ReportDone(const Source& source, const std::string& ratio, const Targ
 }
 
 bool Jobs::WantsProgress(const Source& source) const {
-  // A bar would be in the way of data on the same terminal.
-  return !options_.quiet && !(WritesToStdout(source) && isatty(STDOUT_FILENO) == 1);
+  return example::WantsBar(options_.quiet, WritesToStdout(source));
 }
 
 }  // namespace zelgzip

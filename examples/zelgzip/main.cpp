@@ -37,10 +37,8 @@ bool MistakesTerminal(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  int exitStatus;
-  const auto options = zelgzip::ParseOptions(argc, argv, exitStatus);
-  if (!options) return exitStatus;
-  if (MistakesTerminal(*options)) return example::kExitError;
+  const zelgzip::Options options = zelgzip::ParseOptions(argc, argv);
+  if (MistakesTerminal(options)) return example::kExitError;
   example::RemoveNewFileOnSignals();
-  return zelgzip::Jobs(*options).Run();
+  return zelgzip::Jobs(options).Run();
 }

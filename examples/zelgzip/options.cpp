@@ -1,10 +1,6 @@
 #include "zelgzip/options.h"
 
-#include <getopt.h>
-
-#include <cstdio>
-
-#include "common/messages.h"
+#include "common/command_line.h"
 
 namespace zelgzip {
 
@@ -50,6 +46,8 @@ const option kLongOptions[] = {{"ascii", no_argument, nullptr, 'a'},      {"best
                                {"uncompress", no_argument, nullptr, 'd'}, {"verbose", no_argument, nullptr, 'v'},
                                {"version", no_argument, nullptr, 'V'},    {nullptr, 0, nullptr, 0}};
 
+const example::Syntax kSyntax = {kProgramName, kHelpText, "acdfhklLnNqrS:tvV123456789", kLongOptions};
+
 zelLZ77Level LevelOf(int digit) {
   if (digit <= '3') return zelLZ77LevelFast;
   return digit <= '7' ? zelLZ77LevelNormal : zelLZ77LevelBest;
@@ -66,13 +64,10 @@ void Want(Options& options, Action action) {
 
 }  // namespace
 
-std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
+Options ParseOptions(int argc, char** argv) {
   Options options;
-  exitStatus = example::kExitOk;
-  std::string name = kProgramName;
-  argv[0] = name.data();  // getopt_long's own messages begin with it
   int letter;
-  while ((letter = getopt_long(argc, argv, "acdfhklLnNqrS:tvV123456789", kLongOptions, nullptr)) != -1) {
+  while ((letter = example::NextOption(kSyntax, argc, argv)) != -1) {
     switch (letter) {
       case 'a':
         break;  // lines end here as they do in the compressed file
@@ -85,18 +80,12 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 'f':
         options.force = true;
         break;
-      case 'h':
-        std::fputs(kHelpText, stdout);
-        return std::nullopt;
       case 'k':
         options.keep = true;
         break;
       case 'l':
         Want(options, Action::kList);
         break;
-      case 'L':
-        std::puts("zelgzip comes under the MIT license; see the file LICENSE.");
-        return std::nullopt;
       case 'n':
         options.name = false;
         break;
@@ -120,24 +109,14 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
         options.verbose = true;
         options.quiet = false;
         break;
-      case 'V':
-        std::printf("%s (zeldc %s)\n", kProgramName, zeldcGetLibVersion()->version);
-        return std::nullopt;
-      case '?':
-        std::fprintf(stderr, "Try `%s --help' for more information.\n", kProgramName);
-        exitStatus = example::kExitError;
-        return std::nullopt;
       default:
         options.level = LevelOf(letter);
     }
   }
   if (!IsUsableSuffix(options.suffix)) {
-    std::fprintf(stderr, "%s: invalid suffix '%s'\n", kProgramName, options.suffix.c_str());
-    exitStatus = example::kExitError;
-    return std::nullopt;
+    example::EndByMistake(kSyntax, "invalid suffix '" + options.suffix + "'");
   }
-  options.files.assign(argv + optind, argv + argc);
-  if (options.files.empty()) options.files.push_back("-");
+  options.files = example::FilesBehindOptions(argc, argv);
   return options;
 }
 

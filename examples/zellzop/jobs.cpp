@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <new>
 
 #include "common/progress.h"
 #include "zellzop/file_names.h"
@@ -71,21 +70,16 @@ int Jobs::Run() {
 }
 
 void Jobs::TakePath(const std::string& path) {
-  try {
-    if (options_.action == Action::kCompress) {
-      Compress(Open(path));
-    } else {
-      Decompress(Open(path));
-    }
-  } catch (const Fatal&) {
-    throw;
-  } catch (const Failure& failure) {
-    messages_.Error(failure.what());
-  } catch (const Skipped& skipped) {
-    Warn(skipped.what());
-  } catch (const std::bad_alloc&) {
-    messages_.Error(path + ": out of memory");
-  }
+  messages_.Try(
+      path,
+      [&] {
+        if (options_.action == Action::kCompress) {
+          Compress(Open(path));
+        } else {
+          Decompress(Open(path));
+        }
+      },
+      StatusOfWarnings());
   if (options_.output.empty()) target_.reset();
 }
 
@@ -308,9 +302,7 @@ void Jobs::Unlink(const std::string& path) {
   if (unlink(path.c_str()) != 0) messages_.Error(SystemMessage(path, errno));
 }
 
-void Jobs::Warn(const std::string& text) {
-  messages_.Warning(text, options_.failOnWarnings ? example::kExitWarning : example::kExitOk);
-}
+void Jobs::Warn(const std::string& text) { messages_.Warning(text, StatusOfWarnings()); }
 
 void Jobs::Say(const Source& source, const char* what) const {
   if (options_.verbose == 0) return;
@@ -319,11 +311,8 @@ void Jobs::Say(const Source& source, const char* what) const {
 }
 
 bool Jobs::WantsProgress(const Source& source) const {
-  // A bar would be in the way of data on the same terminal.
-  const bool writes = options_.action == Action::kDecompress || options_.action == Action::kCompress;
-  const bool toTerminal =
-      (writes && WritesToStdout(source)) || options_.action == Action::kList ? isatty(STDOUT_FILENO) == 1 : false;
-  return !options_.quiet && !toTerminal;
+  const bool lists = options_.action == Action::kList;
+  return example::WantsBar(options_.quiet, lists || (options_.action != Action::kTest && WritesToStdout(source)));
 }
 
 }  // namespace zellzop

@@ -47,6 +47,7 @@ class Jobs {
   void RemoveSource(const Source& source);
   void Unlink(const std::string& path);
   void Warn(const std::string& text);
+  int StatusOfWarnings() const { return options_.failOnWarnings ? example::kExitWarning : example::kExitOk; }
   void Say(const Source& source, const char* what) const;
 
   bool WritesToStdout(const Source& source) const {

@@ -5,9 +5,7 @@
 #include "zellzop/options.h"
 
 int main(int argc, char** argv) {
-  int exitStatus;
-  const auto options = zellzop::ParseOptions(argc, argv, exitStatus);
-  if (!options) return exitStatus;
+  const zellzop::Options options = zellzop::ParseOptions(argc, argv);
   example::RemoveNewFileOnSignals();
-  return zellzop::Jobs(*options).Run();
+  return zellzop::Jobs(options).Run();
 }

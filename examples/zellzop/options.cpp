@@ -1,20 +1,15 @@
 #include "zellzop/options.h"
 
-#include <getopt.h>
 #include <unistd.h>
 
-#include <cstdio>
-
-#include "common/messages.h"
-#include "zeldc.h"
+#include "common/command_line.h"
 #include "zellzop/parallel_file.h"
 
 namespace zellzop {
 
 namespace {
 
-constexpr const char* kUsage =
-    "Usage: zellzop [-dtlhLV1..9] [-qvcfFnNkU] [-o file] [-S suffix] [--parallel] [file..]\n";
+constexpr const char* kUsage = "Usage: zellzop [-dtlhLV1..9] [-qvcfFnNkU] [-o file] [-S suffix] [--parallel] [file..]";
 
 constexpr const char* kHelpText =
     R"(Usage: zellzop [COMMAND] [OPTION]... [FILE]...
@@ -86,6 +81,8 @@ const option kLongOptions[] = {{"best", no_argument, nullptr, '9'},
                                {"version", no_argument, nullptr, 'V'},
                                {nullptr, 0, nullptr, 0}};
 
+const example::Syntax kSyntax = {kProgramName, kHelpText, "cCdfFhklLnNo:qS:tUvV123456789", kLongOptions, kUsage};
+
 // ".foo" for "foo" and ".foo"; empty for what is no suffix.
 std::string SuffixFrom(std::string text) {
   if (!text.starts_with('.')) text.insert(0, 1, '.');
@@ -93,25 +90,17 @@ std::string SuffixFrom(std::string text) {
   return good ? text : "";
 }
 
+[[noreturn]] void EndByMistake(const std::string& text) { example::EndByMistake(kSyntax, text + "\n" + kUsage); }
+
 }  // namespace
 
-std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
+Options ParseOptions(int argc, char** argv) {
   Options options;
-  exitStatus = example::kExitOk;
   bool readsStdin = true;
   bool keep = false;
   bool hasSuffix = false;
-  auto mistake = [&](const std::string& text) -> std::optional<Options> {
-    if (!text.empty()) std::fprintf(stderr, "%s: %s\n", kProgramName, text.c_str());
-    std::fputs(kUsage, stderr);
-    exitStatus = example::kExitError;
-    return std::nullopt;
-  };
-
-  std::string name = kProgramName;
-  argv[0] = name.data();  // getopt_long's own messages begin with it
   int letter;
-  while ((letter = getopt_long(argc, argv, "cCdfFhklLnNo:qS:tUvV123456789", kLongOptions, nullptr)) != -1) {
+  while ((letter = example::NextOption(kSyntax, argc, argv)) != -1) {
     switch (letter) {
       case 'c':
         options.toStdout = true;
@@ -127,18 +116,12 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 'F':
         options.check = Check::kNone;
         break;
-      case 'h':
-        std::fputs(kHelpText, stdout);
-        return std::nullopt;
       case 'k':
         keep = true;
         break;
       case 'l':
         options.action = Action::kList;
         break;
-      case 'L':
-        std::puts("zellzop comes under the MIT license; see the file LICENSE.");
-        return std::nullopt;
       case 'n':
       case 'N':
         options.restoreName = letter == 'N';
@@ -152,7 +135,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 'S':
         options.suffix = SuffixFrom(optarg);
         hasSuffix = true;
-        if (options.suffix.empty()) return mistake(std::string("invalid suffix '") + optarg + "'");
+        if (options.suffix.empty()) EndByMistake(std::string("invalid suffix '") + optarg + "'");
         break;
       case 't':
         options.action = Action::kTest;
@@ -163,9 +146,6 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 'v':
         ++options.verbose;
         break;
-      case 'V':
-        std::printf("%s (zeldc %s)\n", kProgramName, zeldcGetLibVersion()->version);
-        return std::nullopt;
       case kCrc32:
         options.check = Check::kCrc32;
         break;
@@ -187,21 +167,18 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case kParallel:
         options.parallel = true;
         break;
-      case '?':
-        return mistake("");
       default:
         options.level = letter - '0';
     }
   }
-  if (options.toStdout && !options.output.empty()) return mistake("cannot use both '-c' and '-o'");
+  if (options.toStdout && !options.output.empty()) EndByMistake("cannot use both '-c' and '-o'");
   if (keep) options.unlink = false;
   if (options.parallel && !hasSuffix) options.suffix = kParallelSuffix;
-  options.files.assign(argv + optind, argv + argc);
-  if (options.files.empty()) {
-    // A terminal is nothing to compress or to read an archive from.
-    if (!readsStdin || (options.force == 0 && isatty(STDIN_FILENO) == 1)) return mistake("nothing to do !");
-    options.files.push_back("-");
-  }
+  const bool namesNoFile = optind == argc;
+  // A terminal is nothing to compress or to read an archive from.
+  const bool usesStdin = readsStdin && (options.force > 0 || isatty(STDIN_FILENO) != 1);
+  if (namesNoFile && !usesStdin) EndByMistake("nothing to do !");
+  options.files = example::FilesBehindOptions(argc, argv);
   return options;
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <new>
 #include <vector>
 
 #include "common/file_streams.h"
@@ -45,7 +44,7 @@ Bytes ReadAll(const std::string& path) {
   return content;
 }
 
-FileResults Measure(const std::string& path, const Options& options) {
+FileResults Measure(const std::string& path, const Options& options) try {
   const Bytes content = ReadAll(path);
   FileResults file;
   file.name = path == "-" ? "stdin" : path;
@@ -61,28 +60,22 @@ FileResults Measure(const std::string& path, const Options& options) {
   file.bytes = 2 * samples.values.size();
   file.results = CodeSamples(samples);
   return file;
+} catch (const CoderError& error) {
+  throw Failure(path + ": " + error.what());
 }
 
 int Run(const Options& options) {
   example::Messages messages(kProgramName, false);
   std::vector<FileResults> files;
   for (const std::string& path : options.files) {
-    try {
+    messages.Try(path, [&] {
       files.push_back(Measure(path, options));
       if (files.size() > 1) std::puts("");
       Print(files.back());
       for (const Result& result : files.back().results) {
         if (!result.comesBack) messages.Error(files.back().name + ": " + result.coder + " does not give it back");
       }
-    } catch (const Failure& failure) {
-      messages.Error(failure.what());
-    } catch (const Skipped& skipped) {
-      messages.Warning(skipped.what());
-    } catch (const CoderError& error) {
-      messages.Error(path + ": " + error.what());
-    } catch (const std::bad_alloc&) {
-      messages.Error(path + ": memory exhausted");
-    }
+    });
   }
   try {
     if (!options.chart.empty() && !files.empty()) WriteChart(options.chart, DrawChart(files));
@@ -98,9 +91,7 @@ int Run(const Options& options) {
 }  // namespace zelstat
 
 int main(int argc, char** argv) {
-  int exitStatus;
-  const auto options = zelstat::ParseOptions(argc, argv, exitStatus);
-  if (!options) return exitStatus;
+  const zelstat::Options options = zelstat::ParseOptions(argc, argv);
   example::RemoveNewFileOnSignals();
-  return zelstat::Run(*options);
+  return zelstat::Run(options);
 }

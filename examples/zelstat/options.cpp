@@ -1,12 +1,9 @@
 #include "zelstat/options.h"
 
-#include <getopt.h>
-
-#include <cstdio>
+#include <optional>
 #include <string_view>
 
-#include "common/messages.h"
-#include "zeldc.h"
+#include "common/command_line.h"
 
 namespace zelstat {
 
@@ -32,6 +29,8 @@ const option kLongOptions[] = {{"block", required_argument, nullptr, 'b'}, {"hel
                                {"samples", no_argument, nullptr, 's'},     {"svg", required_argument, nullptr, 'g'},
                                {"version", no_argument, nullptr, 'V'},     {nullptr, 0, nullptr, 0}};
 
+const example::Syntax kSyntax = {kProgramName, kHelpText, "b:g:hsV", kLongOptions};
+
 std::optional<int32_t> SizeOf(std::string_view text) {
   int64_t factor = 1;
   if (text.ends_with('K')) factor = 1 << 10;
@@ -50,44 +49,26 @@ std::optional<int32_t> SizeOf(std::string_view text) {
 
 }  // namespace
 
-std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
+Options ParseOptions(int argc, char** argv) {
   Options options;
-  exitStatus = example::kExitOk;
-  std::string name = kProgramName;
-  argv[0] = name.data();  // getopt_long's own messages begin with it
   int letter;
-  while ((letter = getopt_long(argc, argv, "b:g:hsV", kLongOptions, nullptr)) != -1) {
+  while ((letter = example::NextOption(kSyntax, argc, argv)) != -1) {
     switch (letter) {
       case 'b': {
         const auto size = SizeOf(optarg);
-        if (!size) {
-          std::fprintf(stderr, "%s: invalid block size '%s'\n", kProgramName, optarg);
-          exitStatus = example::kExitError;
-          return std::nullopt;
-        }
+        if (!size) example::EndByMistake(kSyntax, std::string("invalid block size '") + optarg + "'");
         options.block = *size;
         break;
       }
       case 'g':
         options.chart = optarg;
         break;
-      case 'h':
-        std::fputs(kHelpText, stdout);
-        return std::nullopt;
       case 's':
         options.samples = true;
         break;
-      case 'V':
-        std::printf("%s (zeldc %s)\n", kProgramName, zeldcGetLibVersion()->version);
-        return std::nullopt;
-      default:
-        std::fprintf(stderr, "Try `%s --help' for more information.\n", kProgramName);
-        exitStatus = example::kExitError;
-        return std::nullopt;
     }
   }
-  options.files.assign(argv + optind, argv + argc);
-  if (options.files.empty()) options.files.push_back("-");
+  options.files = example::FilesBehindOptions(argc, argv);
   return options;
 }
 

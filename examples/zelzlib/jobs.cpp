@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <new>
 
 #include "common/progress.h"
 #include "zelzlib/compress.h"
@@ -55,22 +54,14 @@ void Jobs::ReadDictionary() {
 }
 
 void Jobs::TakePath(const std::string& path) {
-  try {
+  messages_.Try(path, [&] {
     const Source source = Open(path);
     if (options_.action == Action::kCompress) {
       CompressSource(source);
     } else {
       DecompressSource(source);
     }
-  } catch (const example::Fatal&) {
-    throw;
-  } catch (const Failure& failure) {
-    messages_.Error(failure.what());
-  } catch (const example::Skipped& skipped) {
-    messages_.Warning(skipped.what());
-  } catch (const std::bad_alloc&) {
-    messages_.Error(path + ": memory exhausted");
-  }
+  });
 }
 
 Jobs::Source Jobs::Open(const std::string& path) const {
@@ -148,10 +139,7 @@ void Jobs::RemoveSource(const Source& source) {
 }
 
 bool Jobs::WantsProgress(const Source& source) const {
-  // A bar would be in the way of data on the same terminal.
-  const bool writesToTerminal =
-      options_.action != Action::kTest && WritesToStdout(source) && isatty(STDOUT_FILENO) == 1;
-  return !options_.quiet && !writesToTerminal;
+  return example::WantsBar(options_.quiet, options_.action != Action::kTest && WritesToStdout(source));
 }
 
 }  // namespace zelzlib

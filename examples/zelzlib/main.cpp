@@ -6,9 +6,7 @@
 #include "zelzlib/options.h"
 
 int main(int argc, char** argv) {
-  int exitStatus;
-  const auto options = zelzlib::ParseOptions(argc, argv, exitStatus);
-  if (!options) return exitStatus;
+  const zelzlib::Options options = zelzlib::ParseOptions(argc, argv);
   example::RemoveNewFileOnSignals();
-  return zelzlib::Jobs(*options).Run();
+  return zelzlib::Jobs(options).Run();
 }

@@ -1,11 +1,6 @@
 #include "zelzlib/options.h"
 
-#include <getopt.h>
-
-#include <cstdio>
-
-#include "common/messages.h"
-#include "zeldc.h"
+#include "common/command_line.h"
 #include "zelzlib/zlib_format.h"
 
 namespace zelzlib {
@@ -41,6 +36,8 @@ const option kLongOptions[] = {
     {"test", no_argument, nullptr, 't'},         {"version", no_argument, nullptr, 'V'},
     {"window", required_argument, nullptr, 'w'}, {nullptr, 0, nullptr, 0}};
 
+const example::Syntax kSyntax = {kProgramName, kHelpText, "cdD:fhko:qtVw:123456789", kLongOptions};
+
 // The number of bits, 0 when it is none.
 int WindowBitsOf(const std::string& text) {
   for (int bits = kMinWindowBits; bits <= kMaxWindowBits; ++bits) {
@@ -60,13 +57,10 @@ std::string MistakeIn(const Options& options) {
 
 }  // namespace
 
-std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
+Options ParseOptions(int argc, char** argv) {
   Options options;
-  exitStatus = example::kExitOk;
-  std::string name = kProgramName;
-  argv[0] = name.data();  // getopt_long's own messages begin with it
   int letter;
-  while ((letter = getopt_long(argc, argv, "cdD:fhko:qtVw:123456789", kLongOptions, nullptr)) != -1) {
+  while ((letter = example::NextOption(kSyntax, argc, argv)) != -1) {
     switch (letter) {
       case 'c':
         options.toStdout = true;
@@ -80,9 +74,6 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 'f':
         options.force = true;
         break;
-      case 'h':
-        std::fputs(kHelpText, stdout);
-        return std::nullopt;
       case 'k':
         options.keep = true;
         break;
@@ -95,27 +86,15 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
       case 't':
         options.action = Action::kTest;
         break;
-      case 'V':
-        std::printf("%s (zeldc %s)\n", kProgramName, zeldcGetLibVersion()->version);
-        return std::nullopt;
       case 'w':
         options.windowBits = WindowBitsOf(optarg);
         break;
-      case '?':
-        std::fprintf(stderr, "Try `%s --help' for more information.\n", kProgramName);
-        exitStatus = example::kExitError;
-        return std::nullopt;
       default:
         options.level = letter - '0';
     }
   }
-  options.files.assign(argv + optind, argv + argc);
-  if (options.files.empty()) options.files.push_back("-");
-  if (const std::string mistake = MistakeIn(options); !mistake.empty()) {
-    std::fprintf(stderr, "%s: %s\n", kProgramName, mistake.c_str());
-    exitStatus = example::kExitError;
-    return std::nullopt;
-  }
+  options.files = example::FilesBehindOptions(argc, argv);
+  if (const std::string mistake = MistakeIn(options); !mistake.empty()) example::EndByMistake(kSyntax, mistake);
   return options;
 }
 

@@ -1,7 +1,6 @@
 // The command line.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,8 +24,8 @@ struct Options {
   std::vector<std::string> files;  // "-" is standard input; never empty
 };
 
-// Reads the command line. When there is nothing left to do, because help was asked for or because of a mistake, the
-// answer is empty and exitStatus is set.
-std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus);
+// Reads the command line. When there is nothing left to do, because help was asked for or because of a mistake, it ends
+// the program.
+Options ParseOptions(int argc, char** argv);
 
 }  // namespace zelzlib

@@ -8,7 +8,8 @@
  *   15 bits       number of selectors, one for each group of 50 symbols
  *   selectors     the table of each group, move-to-front coded, in unary: as many ones and a zero
  *   each table    5 bits: the first symbol's code length; then for each symbol steps, 10 for one bit more and 11 for
- * one bit less, and a 0 symbols       each by its group's code. Codes are canonical: shorter ones first, and by symbol.
+ *                 one bit less, and a 0
+ *   symbols       each by its group's code. Codes are canonical: shorter ones first, and by symbol.
  *
  * Encoding: Init (or InitAlloc) with the whole block, Pack, EncodeHuff with the whole block. Decoding: Init once, then
  * Unpack and DecodeHuff for each block, each of them until it answers zelOk.
@@ -88,18 +89,21 @@ ZELDC_API zelStatus zelsEncodeHuffInit_BZ2_16u8u(int32_t alphaSize, const uint32
 /*
  * Writes the description of a block's codes: number of tables, selectors, code lengths.
  *
- * Before each field whole bytes are written, after the last one none: up to 8 bits wait on return, with
- * little room up to 32.
+ * Before each field whole bytes are written, after the last one none: up to 8 bits wait on return, with little room up
+ * to 32.
  *
  * pCode         [in,out] bits that wait, see above; they go first
  * pCodeLenBits  [in,out] how many
- * pDst          [out]    room for *pDstLen bytes. The description takes less than (18 + 6 * selectors + 39 * alphaSize
- * * tables) / 8 + 8. pDstLen       [in,out] bytes: room, at least 1; on return those written. Up to 7 bytes of the room
- * behind them may have been written, too. pState        [in]     a record that Init made
+ * pDst          [out]    room for *pDstLen bytes. The description takes less than
+ *                        (18 + 6 * selectors + 39 * alphaSize * tables) / 8 + 8.
+ * pDstLen       [in,out] bytes: room, at least 1; on return those written. Up to 7 bytes of the room behind them may
+ *                        have been written, too.
+ * pState        [in]     a record that Init made
  *
  * zelOk           done
  * zelWarnDstFull  more than 32 bits wait, of which *pCode holds the first 32: the output is not complete. Repeat it
- * with the bits that waited before and more room. zelErrNullPtr   pCode, pCodeLenBits, pDst, pDstLen or pState is null
+ *                 with the bits that waited before and more room.
+ * zelErrNullPtr   pCode, pCodeLenBits, pDst, pDstLen or pState is null
  * zelErrSize      *pDstLen is below 1
  */
 ZELDC_API zelStatus zelsPackHuffContext_BZ2_16u8u(uint32_t* pCode, int32_t* pCodeLenBits, uint8_t* pDst,

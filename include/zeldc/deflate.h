@@ -116,9 +116,10 @@ ZELDC_API zelStatus zelsEncodeLZ77SetStatus_8u(zelLZ77DeflateStatus status, zelL
  * ppPairs   [in,out] room for pairs, the record's array or any other; moved behind those written
  * pPairsLen [in,out] pairs that there is room for. The record's own position and count are not touched: the caller
  *                    hands them on with SetPairs.
- * flush              zelLZ77FlushFull: after a call with input the running position starts from 0 again, and position 0 of a
- *                    stream is no match source. Further calls find nothing before themselves; a record that goes on
- *                    should be Reset. Other modes only count for the block writers: the record remembers the last one.
+ * flush              zelLZ77FlushFull: after a call with input the running position starts from 0 again, and
+ *                    position 0 of a stream is no match source. Further calls find nothing before themselves; a record
+ *                    that goes on should be Reset. Other modes only count for the block writers: the record remembers
+ *                    the last one.
  * pState    [in,out] the record
  *
  * zelOk           all input is consumed
@@ -149,8 +150,8 @@ ZELDC_API zelStatus zelsEncodeLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, zelLZ77
  * zelErrSize     pairsLen is below 0, or a pair is neither a literal nor a match of length 3..258 and distance
  *                1..32768; nothing changed
  */
-ZELDC_API zelStatus zelsEncodeLZ77SelectHuffMode_8u(const zelLZ77Pair* pPairs, int32_t pairsLen,
-                                                    zelLZ77HuffMode* pMode, zelLZ77State* pState);
+ZELDC_API zelStatus zelsEncodeLZ77SelectHuffMode_8u(const zelLZ77Pair* pPairs, int32_t pairsLen, zelLZ77HuffMode* pMode,
+                                                    zelLZ77State* pState);
 
 /*
  * Writes a block with the fixed code (RFC 1951 section 3.2.6), or with a code made for the pairs (section 3.2.7).
@@ -206,8 +207,8 @@ ZELDC_API zelStatus zelsEncodeLZ77DynamicHuff_8u(zelLZ77Pair** ppPairs, int32_t*
  *
  * zelOk             the blocks are written
  * zelWarnStreamEnd  the same, with zelLZ77FlushFinal
- * zelWarnDstFull    all room is filled and something is left to write; or a block begun by an earlier call is longer than
- *                   what is left of the bytes
+ * zelWarnDstFull    all room is filled and something is left to write; or a block begun by an earlier call is longer
+ *                   than what is left of the bytes
  * zelErrNullPtr     a pointer, *ppSrc or *ppDst is null; nothing changed
  * zelErrSize        *pSrcLen or *pDstLen is below 0; nothing changed
  */

@@ -17,8 +17,8 @@
  * so a limit on output is the caller's to set.
  *
  * Input is taken as far as it is needed. After zelWarnSrcShort all of it has been taken, and the bits of an unfinished
- * symbol wait in the record until a call goes on with it; otherwise at most 7 bits do. Bytes of the destination that are not counted as written may
- * hold scratch data.
+ * symbol wait in the record until a call goes on with it; otherwise at most 7 bits do. Bytes of the destination that
+ * are not counted as written may hold scratch data.
  *
  * Malformed block data is zelErrSize. After an error the stream can't be resumed.
  */

@@ -75,12 +75,15 @@ typedef struct zelInflateState {
   uint32_t windowSize;   /* bytes that the window has room for; set by the caller */
   uint32_t tableForm;    /* zelInflateFixed, set by the caller, or what zelsInflateBuildHuffTable sets */
   uint32_t reserved;     /* neither read nor written */
-  uint32_t resumeState;  /* with zelInflateInside in *pMode, how to go on: what comes next (1 a symbol, 2 the extra */
-  uint32_t resumeValue;  /* bits of a length, 3 a distance, 4 its extra bits, 5 the rest of a match, 6 a literal); */
-  uint32_t resumeInfo;   /* the literal or the length so far; the extra bits that are due; */
-  uint32_t resumeDist;   /* the distance so far */
-  uint32_t maxLitBits;   /* short form: longest literal/length code, at most 11 */
-  uint32_t maxDistBits;  /* short form: longest distance code, at most 10 */
+  /* With zelInflateInside in *pMode, how to go on; without meaning otherwise. */
+  uint32_t resumeState; /* what comes next: 1 a symbol, 2 the extra bits of a length, 3 the code of a distance, 4 its
+                           extra bits, 5 the rest of a match, 6 a literal that lacked room */
+  uint32_t resumeValue; /* before 6 the literal; else the length: before 2 without its extra bits, before 5 what is left
+                           of it */
+  uint32_t resumeInfo;  /* before 2 and 4 the number of extra bits: at most 5 of a length, 13 of a distance */
+  uint32_t resumeDist;  /* before 4 the distance without its extra bits, before 5 the distance */
+  uint32_t maxLitBits;  /* short form: longest literal/length code, at most 11 */
+  uint32_t maxDistBits; /* short form: longest distance code, at most 10 */
   uint8_t tables[8192];
 } zelInflateState;
 
@@ -119,8 +122,8 @@ ZELDC_ASSERT_LAYOUT(sizeof(zelInflateState) == (sizeof(void*) == 8 ? 8240 : 8232
  * zelErrNullPtr  a pointer is null; nothing changed
  * zelErrSize     litLensNum or distLensNum is too large; nothing changed
  * zelErrBadData  no literal/length code, no distance code, or a length above 15: nothing changed. In the short form
- * also fewer than 257 literal/length codes, or no code for the end of the block: only maxLitBits and maxDistBits are
- * set.
+ *                also fewer than 257 literal/length codes, or no code for the end of the block: only maxLitBits and
+ *                maxDistBits are set.
  */
 ZELDC_API zelStatus zelsInflateBuildHuffTable(const uint16_t* pCodeLens, uint32_t litLensNum, uint32_t distLensNum,
                                               zelInflateState* pInflateState);
@@ -144,8 +147,8 @@ ZELDC_API zelStatus zelsInflateBuildHuffTable(const uint16_t* pCodeLens, uint32_
  * pDstLen        [in,out] room left, in bytes
  * dstPos                  bytes of output before *ppDst in the same buffer, behind the window's; matches may copy them
  * pMode          [in,out] on entry zelInflateInside to go on where the last call stopped, else anything; on return
- * where this one did. Left alone by an error. pInflateState  [in,out] the record; only the resume fields are written,
- * with zelInflateInside
+ *                         where this one did. Left alone by an error.
+ * pInflateState  [in,out] the record; only the resume fields are written, with zelInflateInside
  *
  * zelOk          done, as far as *pMode tells
  * zelErrNullPtr  a pointer other than window, or *ppSrc or *ppDst, is null; nothing changed

@@ -42,10 +42,10 @@ enum {
 /* What a call does beyond its plain work; each function says what it makes of it. */
 typedef int32_t zelLZ77FlushMode;
 enum {
-  zelLZ77FlushNone = 0,  /* a block ends with its end-of-block code only */
-  zelLZ77FlushSync = 1,  /* a block is followed by an empty stored block, the marker 00 00 FF FF */
-  zelLZ77FlushFull = 2,  /* as zelLZ77FlushSync; the match search restarts its running position at 0 */
-  zelLZ77FlushFinal = 3  /* the last block of the stream */
+  zelLZ77FlushNone = 0, /* a block ends with its end-of-block code only */
+  zelLZ77FlushSync = 1, /* a block is followed by an empty stored block, the marker 00 00 FF FF */
+  zelLZ77FlushFull = 2, /* as zelLZ77FlushSync; the match search restarts its running position at 0 */
+  zelLZ77FlushFinal = 3 /* the last block of the stream */
 };
 
 /* The status word of a record. */

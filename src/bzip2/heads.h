@@ -11,6 +11,7 @@
 #include <bit>
 
 #include "bzip2/byte_flags.h"
+#include "core/assert.h"
 #include "core/target.h"
 #include "shared/unaligned.h"
 
@@ -92,6 +93,7 @@ void CollectHeads(const uint8_t* src, int32_t len, uint8_t last, Chunk* chunk) {
     StoreLE(chunk->flags + bytes / 8, flags);
     count += GatherBytes(block, flags, chunk->heads + count);
     bytes += size;
+    ZELDC_ASSERT(count <= kChunkHeads + kBlock && bytes <= kChunkBytes);
   }
   chunk->bytes = bytes;
   chunk->count = count;

@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "bzip2/huffman_decode_state.h"
+#include "core/assert.h"
 #include "shared/bits_msb.h"
 
 using namespace zeldc;
@@ -143,7 +144,9 @@ constexpr ptrdiff_t kManySymbols = 16384;
 constexpr ptrdiff_t kMuchSource = 8192;
 
 const DecodeTable& TableOf(const zelBZ2HuffDecodeState* s, const uint8_t* selectors, int32_t group) {
-  return s->tables[selectors[std::min(group, s->numSelectors - 1)]];
+  const uint8_t table = selectors[std::min(group, s->numSelectors - 1)];
+  ZELDC_ASSERT(table < s->numTables);
+  return s->tables[table];
 }
 
 void NextGroup(const zelBZ2HuffDecodeState* s, Decoder* d) {

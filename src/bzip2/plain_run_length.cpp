@@ -18,20 +18,6 @@ namespace {
 constexpr int32_t kPair = 2;
 constexpr int32_t kLargestCount = 255;
 
-struct Cursor {
-  const uint8_t* src;
-  int32_t left;
-  uint8_t* dst;
-  int32_t room;
-};
-
-void Advance(Cursor* cursor, int32_t bytes) {
-  cursor->src += bytes;
-  cursor->left -= bytes;
-  cursor->dst += bytes;
-  cursor->room -= bytes;
-}
-
 #if ZELDC_SSE2
 
 using Flags = size_t;  // one for each byte of a block
@@ -65,7 +51,7 @@ ZELDC_ALWAYS_INLINE void CopySteps(const uint8_t* src, uint8_t* dst, int len) {
 
 // Encodes while plenty of source and room are left, and stops between two groups. Where runs are close together, one
 // look at a block finds all its pairs and the lengths of the runs.
-void EncodeBlocks(Cursor* cursor) {
+void EncodeBlocks(RunCursor* cursor) {
   const uint8_t* src = cursor->src;
   uint8_t* dst = cursor->dst;
   const uint8_t* const src_end = src + cursor->left;
@@ -102,7 +88,7 @@ void EncodeBlocks(Cursor* cursor) {
 }
 
 // Decodes likewise.
-void DecodeBlocks(Cursor* cursor) {
+void DecodeBlocks(RunCursor* cursor) {
   const uint8_t* src = cursor->src;
   uint8_t* dst = cursor->dst;
   const uint8_t* const src_end = src + cursor->left;
@@ -138,16 +124,16 @@ void DecodeBlocks(Cursor* cursor) {
 
 #else
 
-void EncodeBlocks(Cursor*) {}
-void DecodeBlocks(Cursor*) {}
+void EncodeBlocks(RunCursor*) {}
+void DecodeBlocks(RunCursor*) {}
 
 #endif
 
 // Copies up to the end of a pair, of the source or of the room. Returns whether behind a pair.
-bool CopyToPair(Cursor* cursor) {
+bool CopyToPair(RunCursor* cursor) {
   const int32_t len = std::min(cursor->left, cursor->room);
   const Copied copied = CopyUntilRun<kPair>(cursor->src, cursor->dst, static_cast<size_t>(len));
-  Advance(cursor, static_cast<int32_t>(copied.bytes));
+  Advance(cursor, static_cast<ptrdiff_t>(copied.bytes));
   if (copied.found) return true;
   // The room ends within a pair.
   if (cursor->left > 0 && *cursor->src == cursor->src[-1]) Advance(cursor, -1);
@@ -155,7 +141,7 @@ bool CopyToPair(Cursor* cursor) {
 }
 
 // Encodes up to the end of the source, or to where the room is too small.
-void Encode(Cursor* cursor) {
+void Encode(RunCursor* cursor) {
   EncodeBlocks(cursor);
   while (cursor->left > 0 && cursor->room > 0) {
     if (!CopyToPair(cursor)) return;
@@ -173,7 +159,7 @@ void Encode(Cursor* cursor) {
 }
 
 // Decodes up to the end of the source, or to where the room is too small.
-void Decode(Cursor* cursor) {
+void Decode(RunCursor* cursor) {
   DecodeBlocks(cursor);
   while (cursor->left > 0 && cursor->room > 0) {
     if (!CopyToPair(cursor)) return;
@@ -191,11 +177,11 @@ void Decode(Cursor* cursor) {
   }
 }
 
-using Kernel = void (*)(Cursor* cursor);
+using Kernel = void (*)(RunCursor* cursor);
 
 template <Kernel kKernel>
 zelStatus Run(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst, int32_t* pDstLen) {
-  Cursor cursor = {*ppSrc, *pSrcLen, pDst, *pDstLen};
+  RunCursor cursor = {*ppSrc, *pSrcLen, pDst, *pDstLen};
   kKernel(&cursor);
   *ppSrc += *pSrcLen - cursor.left;
   *pSrcLen = cursor.left;

@@ -8,6 +8,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "core/assert.h"
 #include "core/target.h"
 
 namespace zeldc {
@@ -24,6 +25,7 @@ struct Arena {
   T* Take(size_t count) {
     next += -reinterpret_cast<uintptr_t>(next) & (alignof(T) - 1);
     T* const area = reinterpret_cast<T*>(next);
+    ZELDC_ASSERT(next <= end && count * sizeof(T) <= static_cast<size_t>(end - next));
     next += count * sizeof(T);
     return area;
   }
@@ -59,10 +61,14 @@ struct PositionSet {
     before = arena->Take<Pos>(WordsOf(len));
   }
 
-  bool Has(uint32_t pos) const { return bits[pos >> 6] >> (pos & 63) & 1; }
+  bool Has(uint32_t pos) const {
+    ZELDC_ASSERT(pos < len);
+    return bits[pos >> 6] >> (pos & 63) & 1;
+  }
 
   // Where pos stands among those in the set.
   ZELDC_ALWAYS_INLINE uint32_t NumberOf(uint32_t pos) const {
+    ZELDC_ASSERT(pos < len);
     const uint64_t below = bits[pos >> 6] & ((uint64_t{1} << (pos & 63)) - 1);
     return before[pos >> 6] + static_cast<uint32_t>(__builtin_popcountll(below));
   }

@@ -20,20 +20,6 @@ constexpr int32_t kPiece = 8192;          // bytes that are copied before they a
 
 static_assert(sizeof(zelRLEState_BZ2) == 264);
 
-struct Cursor {
-  const uint8_t* src;
-  int32_t left;
-  uint8_t* dst;
-  int32_t room;
-};
-
-void Advance(Cursor* cursor, size_t bytes) {
-  cursor->src += bytes;
-  cursor->left -= static_cast<int32_t>(bytes);
-  cursor->dst += bytes;
-  cursor->room -= static_cast<int32_t>(bytes);
-}
-
 // A record's fields, which may stand at any address.
 class State {
  public:
@@ -115,7 +101,7 @@ class Marks {
 };
 
 // Encodes up to the end of the source or of the room.
-void Encode(Cursor* cursor, State* state) {
+void Encode(RunCursor* cursor, State* state) {
   Marks marks(state->in_use);
   for (;;) {
     while (state->run < kRun) {
@@ -130,7 +116,7 @@ void Encode(Cursor* cursor, State* state) {
       const auto len = static_cast<size_t>(std::min({cursor->left, cursor->room, kPiece}));
       const Copied copied = CopyUntilRun<kRun>(cursor->src, cursor->dst, len);
       marks.Mark(cursor->src, copied.bytes);
-      Advance(cursor, copied.bytes);
+      Advance(cursor, static_cast<ptrdiff_t>(copied.bytes));
       state->last_byte = cursor->src[-1];
       state->run = 1;
       for (size_t i = 2; i <= copied.bytes && state->run < kRun; ++i) {
@@ -157,12 +143,12 @@ void Encode(Cursor* cursor, State* state) {
 }
 
 // Decodes up to the end of the source, of the room, or a count whose copies do not fit.
-void Decode(Cursor* cursor, bool* fits) {
+void Decode(RunCursor* cursor, bool* fits) {
   *fits = true;
   while (cursor->left > 0 && cursor->room > 0) {
     const Copied copied =
         CopyUntilRun<kRun>(cursor->src, cursor->dst, static_cast<size_t>(std::min(cursor->left, cursor->room)));
-    Advance(cursor, copied.bytes);
+    Advance(cursor, static_cast<ptrdiff_t>(copied.bytes));
     if (!copied.found || cursor->left == 0) return;
     const int32_t count = *cursor->src++;
     --cursor->left;
@@ -208,7 +194,7 @@ zelStatus zelsEncodeRLE_BZ2_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst,
   if (!ppSrc || !pDst || !pSrcLen || !pDstLen) return zelErrNullPtr;
   if (!*ppSrc || !pRLEState) return zelErrNullPtr;
   if (*pSrcLen < 1 || *pDstLen < 1) return zelErrSize;
-  Cursor cursor = {*ppSrc, *pSrcLen, pDst, *pDstLen};
+  RunCursor cursor = {*ppSrc, *pSrcLen, pDst, *pDstLen};
   State state(pRLEState);
   Encode(&cursor, &state);
   state.Store();
@@ -249,7 +235,7 @@ zelStatus zelsDecodeRLE_BZ2_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t* pDst,
     *pDstLen = 0;
     return zelOk;
   }
-  Cursor cursor = {*ppSrc, *pSrcLen, pDst, *pDstLen};
+  RunCursor cursor = {*ppSrc, *pSrcLen, pDst, *pDstLen};
   bool fits;
   Decode(&cursor, &fits);
   *ppSrc += *pSrcLen - cursor.left;

@@ -1,4 +1,4 @@
-// What the run-length stages share: copying up to a run, and measuring it.
+// What the run-length stages share: where a call stands, copying up to a run, and measuring it.
 #pragma once
 
 #include <stddef.h>
@@ -43,6 +43,22 @@ inline uint32_t FlagsOf(ByteVector mask) { return static_cast<uint32_t>(_mm_move
 constexpr uint32_t kAllFlags = 0xFFFF;
 
 #endif
+
+// Where a call stands in its source and its destination.
+struct RunCursor {
+  const uint8_t* src;
+  int32_t left;
+  uint8_t* dst;
+  int32_t room;
+};
+
+// Behind `bytes` that have been copied, or back.
+inline void Advance(RunCursor* cursor, ptrdiff_t bytes) {
+  cursor->src += bytes;
+  cursor->left -= static_cast<int32_t>(bytes);
+  cursor->dst += bytes;
+  cursor->room -= static_cast<int32_t>(bytes);
+}
 
 struct Copied {
   size_t bytes;

@@ -22,25 +22,14 @@ namespace zeldc {
 namespace {
 
 constexpr PairCodes MakeFixedCodes() {
-  // The canonical code of the fixed lengths, bit by bit (BuildReversedCodes is not for compile time).
   uint8_t litLenLengths[kLitLenCodes] = {};
   uint16_t litLenCodes[kLitLenCodes] = {};
   uint8_t distanceLengths[kDistanceCodes] = {};
   uint16_t distanceCodes[kDistanceCodes] = {};
-  auto reverse = [](int v, int bits) {
-    int r = 0;
-    for (int i = 0; i < bits; ++i) r |= ((v >> i) & 1) << (bits - 1 - i);
-    return static_cast<uint16_t>(r);
-  };
-  for (int i = 0; i < kLitLenCodes; ++i) {
-    litLenLengths[i] = FixedLitLenLength(i);
-    const int code = i < 144 ? 0x30 + i : i < 256 ? 0x190 + i - 144 : i < 280 ? i - 256 : 0xC0 + i - 280;
-    litLenCodes[i] = reverse(code, litLenLengths[i]);
-  }
-  for (int i = 0; i < kDistanceCodes; ++i) {
-    distanceLengths[i] = kFixedDistanceLength;
-    distanceCodes[i] = reverse(i, kFixedDistanceLength);
-  }
+  for (int i = 0; i < kLitLenCodes; ++i) litLenLengths[i] = FixedLitLenLength(i);
+  for (int i = 0; i < kDistanceCodes; ++i) distanceLengths[i] = kFixedDistanceLength;
+  BuildReversedCodes(litLenLengths, kLitLenCodes, litLenCodes);
+  BuildReversedCodes(distanceLengths, kDistanceCodes, distanceCodes);
   PairCodes t{};
   MakePairCodes(litLenLengths, litLenCodes, distanceLengths, distanceCodes, &t);
   return t;
@@ -88,12 +77,6 @@ zelStatus PutPairs(const PairCodes& codes, PairSource* pairs, BitWriter* out) {
 void PutManyPairs(const PairCodes& codes, PairSource* pairs, BitWriter* out) {
   BitWriter w = *out;
   zelLZ77Pair* next = pairs->next;
-  auto store = [&]() ZELDC_LAMBDA_INLINE {
-    StoreLE(w.out, w.bits);
-    w.out += w.count >> 3;
-    w.bits >>= w.count & ~7u;
-    w.count &= 7;
-  };
   auto putTwo = [&]() ZELDC_LAMBDA_INLINE {
     const PairPlace at0 = PlaceOf(next[0]);
     const PairPlace at1 = PlaceOf(next[1]);
@@ -105,9 +88,9 @@ void PutManyPairs(const PairCodes& codes, PairSource* pairs, BitWriter* out) {
     const PairBits p0 = Encode(next[0], piece0, distance0);
     const PairBits p1 = Encode(next[1], piece1, distance1);
     next += 2;
-    store();
+    w.WriteBytesWide();
     w.Put(p0.bits, p0.count);
-    if (ZELDC_UNLIKELY(p0.count + p1.count > 56)) store();
+    if (ZELDC_UNLIKELY(p0.count + p1.count > 56)) w.WriteBytesWide();
     w.Put(p1.bits, p1.count);
     return true;
   };
@@ -117,7 +100,7 @@ void PutManyPairs(const PairCodes& codes, PairSource* pairs, BitWriter* out) {
   while (isCoded && pairs->end - next >= 8 && w.outEnd - w.out >= 64) {
     if (ZELDC_LIKELY(EncodeEight(codes, next, &pieces))) {
       for (int i = 0; i < 4; ++i) {
-        store();
+        w.WriteBytesWide();
         w.Put(pieces.bits[i], static_cast<uint32_t>(pieces.counts[i]));
       }
       next += 8;

@@ -50,8 +50,6 @@ struct LengthCoder {
   }
 };
 
-constexpr int ExtraBitsOfCodeLength(int symbol) { return symbol < 16 ? 0 : symbol == 16 ? 2 : symbol == 17 ? 3 : 7; }
-
 int UsedLengths(const uint8_t* lengths, int symbols, int least) {
   while (symbols > least && lengths[symbols - 1] == 0) --symbols;
   return symbols;
@@ -153,9 +151,9 @@ void BuildDynamicCode(EncoderState* s, const PairStatistics& statistics) {
     out.WriteBytes();
   }
   for (int i = 0; i < coder.n; ++i) {
-    const int symbol = coder.symbols[i];
+    const uint32_t symbol = coder.symbols[i];
     out.Put(codes[symbol] | static_cast<uint32_t>(coder.extra[i]) << lengths[symbol],
-            lengths[symbol] + static_cast<uint32_t>(ExtraBitsOfCodeLength(symbol)));
+            lengths[symbol] + CodeLengthExtraBits(symbol));
     out.WriteBytes();
   }
   s->treeBits = static_cast<int32_t>(8 * (out.out - s->tree) + out.count);

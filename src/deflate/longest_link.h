@@ -8,6 +8,7 @@
 
 #include <stdint.h>
 
+#include "core/assert.h"
 #include "core/target.h"
 #include "shared/hash_salt.h"
 #include "shared/unaligned.h"
@@ -30,6 +31,7 @@ ZELDC_ALWAYS_INLINE uint32_t LongestLink(const uint16_t* links, uint32_t n) {
   // Positions of the smallest complements, eight links a step; those behind the n-th complement to the largest value.
   alignas(16) static constexpr uint16_t kBehind[16] = {0,      0,      0,      0,      0,      0,      0,      0,
                                                        0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+  ZELDC_ASSERT(n >= 1);
   if (n > kMostLinks) n = kMostLinks;
   uint32_t best = 0xFFFF;
   uint32_t bestIndex = 0;
@@ -50,6 +52,7 @@ ZELDC_ALWAYS_INLINE uint32_t LongestLink(const uint16_t* links, uint32_t n) {
 #else
 
 inline uint32_t LongestLink(const uint16_t* links, uint32_t n) {
+  ZELDC_ASSERT(n >= 1);
   if (n > kMostLinks) n = kMostLinks;
   uint32_t best = 0;
   for (uint32_t k = 1; k < n; ++k) {

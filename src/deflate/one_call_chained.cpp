@@ -33,6 +33,7 @@ static_assert(kWindowSize + kSweepEvery + PositionBatch::kSize + kMaxMatch < 0x1
 
 // Enters n positions into the caller's tables, and keeps what the chain held.
 void EnterInCallersTables(OneCall* c, ChainedBatch* b, const uint8_t* p, uint32_t position, ptrdiff_t n) {
+  ZELDC_ASSERT(n <= PositionBatch::kSize);
   const uint32_t mask = c->t.hashMask;
   int32_t* const head = c->t.head;
   uint32_t slot = position % c->t.winSize;

@@ -29,6 +29,7 @@ void ComputeHashes(const uint8_t* base, ptrdiff_t i, ptrdiff_t n, ptrdiff_t read
 
 // Enters the n positions of the bytes from i on.
 void Insert(OneCall* c, FastBatch* b, const uint8_t* base, ptrdiff_t i, ptrdiff_t n, ptrdiff_t readEnd) {
+  ZELDC_ASSERT(n <= PositionBatch::kSize);
   ComputeHashes(base, i, n, readEnd, c->t.hashMask, b->hashes);
   const uint32_t position = c->x.posBase + static_cast<uint32_t>(i);
   int32_t* const head = c->t.head;

@@ -87,6 +87,7 @@ void SearchShortCall(OneCall* c, const uint8_t* src, const uint8_t* window, ptrd
 
 void OneCall::PutItems() {
   const int32_t n = static_cast<int32_t>(x.pair - pairs);
+  ZELDC_ASSERT(0 <= n && n <= room && x.pair <= x.pairEnd);
   counter.Count(pairs, n);
   // In locals, which the stores of bytes leave alone.
   uint8_t* const bytes = lit;

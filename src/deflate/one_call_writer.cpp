@@ -118,25 +118,19 @@ void PutManyItems(const ItemCodes& codes, const uint8_t* lit, const uint16_t* di
     return Bits{PieceBits(piece) | bits << PieceLength(piece), PieceLength(piece) + distance.length};
   };
   BitWriter w = *out;
-  auto store = [&]() ZELDC_LAMBDA_INLINE {
-    StoreLE(w.out, w.bits);
-    w.out += w.count >> 3;
-    w.bits >>= w.count & ~7u;
-    w.count &= 7;
-  };
   int32_t k = 0;
   for (; k + 2 <= n; k += 2) {
     const Bits a = encode(k);
     const Bits b = encode(k + 1);
     w.Put(a.bits, a.count);
-    if (ZELDC_UNLIKELY(a.count + b.count > 56)) store();
+    if (ZELDC_UNLIKELY(a.count + b.count > 56)) w.WriteBytesWide();
     w.Put(b.bits, b.count);
-    store();
+    w.WriteBytesWide();
   }
   if (k < n) {
     const Bits a = encode(k);
     w.Put(a.bits, a.count);
-    store();
+    w.WriteBytesWide();
   }
   *out = w;
 }

@@ -60,6 +60,7 @@ struct EnteredAhead {
   uint16_t oldChain3[kSize];
 
   void Insert(BestTables* t, const uint8_t* p, uint32_t pos, uint32_t n) {
+    ZELDC_ASSERT(n <= kSize);
     start = pos;
     end = pos + n;
     ForSlots(kWindowSize, n, [&](uint32_t slot, uint32_t k, uint32_t count) {
@@ -84,6 +85,7 @@ struct EnteredAhead {
   // Takes out all but the first `kept` positions; p is where the first byte of the batch is.
   void Remove(BestTables* t, const uint8_t* p, uint32_t kept) {
     const uint32_t n = end - start;
+    ZELDC_ASSERT(kept <= n && n <= kSize);
     for (uint32_t k = n; k-- > kept;) {
       const uint32_t pos = start + k;
       t->head3[SaltedHash(p + k)] = static_cast<uint16_t>(pos - t->chain3[pos & kShortChainMask]);
@@ -96,19 +98,27 @@ struct EnteredAhead {
 
   // What the tables held of a position that is no more than a window before the batch.
   uint32_t Chain4(const BestTables* t, uint32_t pos) const {
-    return IsGone(pos, kWindowSize) ? oldChain4[pos - (start - kWindowSize)] : t->chain4[pos & kPositionMask];
+    return IsGone(pos, kWindowSize) ? oldChain4[SavedIndex(pos, kWindowSize)] : t->chain4[pos & kPositionMask];
   }
   uint16_t Rank(const BestTables* t, uint32_t pos) const {
-    return IsGone(pos, kWindowSize) ? oldRank[pos - (start - kWindowSize)] : t->rank[pos & kPositionMask];
+    return IsGone(pos, kWindowSize) ? oldRank[SavedIndex(pos, kWindowSize)] : t->rank[pos & kPositionMask];
   }
   // The same of one that is no more than kMaxDistanceOf3 before the batch.
   uint32_t Chain3(const BestTables* t, uint32_t pos) const {
-    return IsGone(pos, kMaxDistanceOf3) ? oldChain3[pos - (start - kMaxDistanceOf3)] : t->chain3[pos & kShortChainMask];
+    return IsGone(pos, kMaxDistanceOf3) ? oldChain3[SavedIndex(pos, kMaxDistanceOf3)]
+                                        : t->chain3[pos & kShortChainMask];
   }
 
  private:
   // Whether the position's slot in a ring has been taken.
   bool IsGone(uint32_t pos, uint32_t ring) const { return static_cast<int32_t>(pos - (end - ring)) < 0; }
+
+  // Where the slot's content of a position that is gone was kept.
+  uint32_t SavedIndex(uint32_t pos, uint32_t ring) const {
+    const uint32_t index = pos - (start - ring);
+    ZELDC_ASSERT(index < end - start);
+    return index;
+  }
 
   // use(slot, k, count) for each contiguous part of the batch's slots in a ring.
   template <typename Use>

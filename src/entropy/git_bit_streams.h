@@ -9,6 +9,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "core/assert.h"
 #include "core/target.h"
 #include "entropy/git_format.h"
 #include "shared/unaligned.h"
@@ -36,6 +37,7 @@ struct GitBuffers {
 ZELDC_ALWAYS_INLINE void GitPut(GitBitStream* stream, uint8_t* buffer, size_t capacity, uint64_t code,
                                 uint32_t length) {
   if (ZELDC_UNLIKELY(stream->size >= capacity)) return;
+  ZELDC_ASSERT(1 <= length && length <= 56);
   const uint32_t count = stream->waitingCount + length;
   const uint64_t bits = uint64_t{stream->waiting} << 56 | code << (64 - count);
   StoreBE(buffer + stream->size, bits);

@@ -1,5 +1,4 @@
 // Bits to bytes.
-
 //
 // How much of the source a call reads is part of the contract, and so is the treatment of zeros: whoever loads byte by
 // byte counts whole bytes of zeros ahead, from the code on at which they begin. The inner loop knows nothing of that.

@@ -191,6 +191,7 @@ constexpr int32_t kWideEnd = 128 + 56;
 
 struct WideReader : MsbReader {
   explicit WideReader(const VlcPosition& position) : MsbReader(0, 0, position.byte, 0) {
+    srcEnd = nullptr;  // the codes that are still to come tell
     RefillWide();
     Consume(position.bit);
   }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "core/assert.h"
 #include "entropy/vlc_decode_state.h"
 
 namespace zeldc {
@@ -181,6 +182,7 @@ void FillElements(const VlcTable& table, const VlcLayout& layout, Element* eleme
       Element* const link = at + 1 + (bits >> (32 - width));
       if (*link == kUnused) {
         const int32_t next = layout.widths[level + 1];
+        ZELDC_ASSERT(int64_t{end} + (int64_t{1} << next) < layout.elements);
         *link = static_cast<Element>((end - static_cast<uint32_t>(at - elements)) << 1);
         elements[end] = static_cast<Element>(next);
         end += (1u << next) + 1;

@@ -1,6 +1,7 @@
 // The three header bits of a block, read ahead of its decoder.
 
 #include "inflate/decoder_state.h"
+#include "shared/bits_lsb.h"
 
 using namespace zeldc;
 
@@ -14,15 +15,10 @@ extern "C" zelStatus zelsDecodeLZ77GetBlockType_8u(const uint8_t** ppSrc, int32_
     return zelOk;
   }
 
-  uint64_t bits = s->bitBuffer.Get();
-  if (s->bitCount < 3) {
-    if (*pSrcLen == 0) return zelWarnSrcShort;
-    bits |= uint64_t{*(*ppSrc)++} << s->bitCount;
-    --*pSrcLen;
-    s->bitCount += 8;
-  }
-  s->finalBlock = bits & 1;
-  switch ((bits >> 1) & 3) {
+  BytewiseReader in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
+  if (!in.Gather(3)) return zelWarnSrcShort;
+  s->finalBlock = static_cast<int32_t>(in.Take(1));
+  switch (in.Take(2)) {
     case 0:
       s->blockType = zelLZ77HuffStored;
       s->decodeStage = kStageStoredAnnounced;
@@ -41,7 +37,9 @@ extern "C" zelStatus zelsDecodeLZ77GetBlockType_8u(const uint8_t** ppSrc, int32_
     default:
       break;  // reserved: the caller sees its *pBlockType unchanged
   }
-  s->bitBuffer.Set(bits >> 3);
-  s->bitCount -= 3;
+  s->bitBuffer.Set(in.bits);
+  s->bitCount = in.count;
+  *ppSrc = in.src;
+  *pSrcLen = in.left;
   return zelOk;
 }

@@ -53,7 +53,7 @@ zelStatus ReadCodeLengths(DecoderState* s, BitReader* in) {
     }
     const unsigned symbol = entry >> 3;
     const unsigned codeBits = entry & 7;
-    const unsigned extraBits = symbol < 16 ? 0 : symbol == 16 ? 2 : symbol == 17 ? 3 : 7;
+    const unsigned extraBits = CodeLengthExtraBits(symbol);
     if (in->count < codeBits + extraBits) {
       status = zelWarnSrcShort;
       break;

@@ -77,29 +77,21 @@ zelStatus DecodeBlock(DecoderState* s, int32_t blockType, BitReader* in, Sink* s
 
 // Drops input up to and including the four bytes of an empty stored block's LEN and NLEN.
 zelStatus ScanForMarker(DecoderState* s, const uint8_t** ppSrc, int32_t* pSrcLen) {
-  uint64_t bits = s->bitBuffer.Get() >> (s->bitCount & 7);
-  int32_t count = s->bitCount & ~7;
-  zelStatus status = zelOk;
-  for (;;) {
-    if (count < 32) {
-      if (*pSrcLen == 0) {
-        status = zelWarnSrcShort;
-        break;
-      }
-      bits |= uint64_t{*(*ppSrc)++} << count;
-      --*pSrcLen;
-      count += 8;
-    } else if (static_cast<uint32_t>(bits) == 0xFFFF0000u) {
-      bits >>= 32;
-      count -= 32;
+  BytewiseReader in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
+  in.AlignToByte();
+  zelStatus status = zelWarnSrcShort;
+  while (in.Gather(32)) {
+    if (static_cast<uint32_t>(in.bits) == 0xFFFF0000u) {
+      in.Take(32);
+      status = zelOk;
       break;
-    } else {
-      bits >>= 8;
-      count -= 8;
     }
+    in.Take(8);
   }
-  s->bitBuffer.Set(bits);
-  s->bitCount = count;
+  s->bitBuffer.Set(in.bits);
+  s->bitCount = in.count;
+  *ppSrc = in.src;
+  *pSrcLen = in.left;
   return status;
 }
 

@@ -3,38 +3,11 @@
 #include <string.h>
 
 #include "inflate/decoder_state.h"
+#include "shared/bits_lsb.h"
 
 namespace zeldc {
 
 namespace {
-
-// Bits and source of a call; bytes are taken one at a time, as many as are needed.
-struct StoredSource {
-  uint64_t bits;
-  int32_t count;
-  const uint8_t* src;
-  int32_t len;
-
-  // At least n bits, n up to 32, or all that there are.
-  bool Gather(int32_t n) {
-    while (count < n) {
-      if (len == 0) return false;
-      bits |= uint64_t{*src++} << count;
-      --len;
-      count += 8;
-    }
-    return true;
-  }
-
-  uint32_t Take(int n) {
-    const uint32_t v = static_cast<uint32_t>(bits & ((uint64_t{1} << n) - 1));
-    bits >>= n;
-    count -= n;
-    return v;
-  }
-
-  void Align() { Take(count & 7); }
-};
 
 zelStatus EndBlock(DecoderState* s) {
   s->decodeStage = kStageHeader;
@@ -43,7 +16,7 @@ zelStatus EndBlock(DecoderState* s) {
 }
 
 // LEN and its complement.
-zelStatus ReadLength(DecoderState* s, StoredSource* in) {
+zelStatus ReadLength(DecoderState* s, BytewiseReader* in) {
   if (!in->Gather(32)) return zelWarnSrcShort;
   const uint32_t lengths = static_cast<uint32_t>(in->bits);
   if ((lengths & 0xFFFF) != ((lengths >> 16) ^ 0xFFFF)) return zelErrSize;
@@ -52,10 +25,10 @@ zelStatus ReadLength(DecoderState* s, StoredSource* in) {
   return zelOk;
 }
 
-zelStatus StoredToBytes(DecoderState* s, StoredSource* in, uint8_t** dst, int32_t* dstLen) {
+zelStatus StoredToBytes(DecoderState* s, BytewiseReader* in, uint8_t** dst, int32_t* dstLen) {
   if (s->decodeStage < kStageStoredAnnounced || s->decodeStage > kStageStoredCopy) return zelErr;
   if (s->decodeStage == kStageStoredAnnounced) {
-    in->Align();
+    in->AlignToByte();
     s->decodeStage = kStageStoredLength;
   }
   if (s->decodeStage == kStageStoredLength) {
@@ -74,12 +47,12 @@ zelStatus StoredToBytes(DecoderState* s, StoredSource* in, uint8_t** dst, int32_
   }
 
   int32_t n = s->storedRemaining;
-  if (n > in->len) n = in->len;
+  if (n > in->left) n = in->left;
   if (n > *dstLen) n = *dstLen;
   memcpy(*dst, in->src, static_cast<size_t>(n));
   AppendToHistory(&s->history, *dst, static_cast<size_t>(n));
   in->src += n;
-  in->len -= n;
+  in->left -= n;
   *dst += n;
   *dstLen -= n;
   s->storedRemaining -= n;
@@ -87,9 +60,9 @@ zelStatus StoredToBytes(DecoderState* s, StoredSource* in, uint8_t** dst, int32_
   return *dstLen > 0 ? zelWarnSrcShort : zelWarnDstFull;
 }
 
-zelStatus StoredToPairs(DecoderState* s, StoredSource* in, zelLZ77Pair** pairs, int32_t* pairsLen) {
+zelStatus StoredToPairs(DecoderState* s, BytewiseReader* in, zelLZ77Pair** pairs, int32_t* pairsLen) {
   if (s->decodeStage != kStagePairsStoredLength && s->decodeStage != kStagePairsStoredBytes) {
-    StoredSource ahead = *in;
+    BytewiseReader ahead = *in;
     if (!ahead.Gather(3)) return zelWarnSrcShort;
     const uint32_t header = ahead.Take(3);
     if (header > 1) return zelErr;
@@ -99,7 +72,7 @@ zelStatus StoredToPairs(DecoderState* s, StoredSource* in, zelLZ77Pair** pairs, 
     s->decodeStage = kStagePairsStoredLength;
   }
   if (s->decodeStage != kStagePairsStoredBytes) {
-    in->Align();
+    in->AlignToByte();
     const zelStatus status = ReadLength(s, in);
     if (status != zelOk) return status;
     if (s->storedRemaining == 0) return EndBlock(s);
@@ -107,7 +80,7 @@ zelStatus StoredToPairs(DecoderState* s, StoredSource* in, zelLZ77Pair** pairs, 
   }
 
   for (;;) {
-    if (in->len == 0 && in->count < 8) return zelWarnSrcShort;
+    if (in->left == 0 && in->count < 8) return zelWarnSrcShort;
     if (*pairsLen == 0) return zelWarnDstFull;
     if (s->storedRemaining < 1) return EndBlock(s);  // the stage was set by a Huffman decoder
     in->Gather(8);
@@ -131,12 +104,12 @@ zelStatus zelsDecodeLZ77StoredBlock_8u(const uint8_t** ppSrc, int32_t* pSrcLen, 
   if (*pSrcLen < 0 || *pDstLen < 0) return zelErrSize;
   if (*pDstLen == 0) return zelWarnDstFull;
   DecoderState* s = Decoder(pLZ77State);
-  StoredSource in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
+  BytewiseReader in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
   const zelStatus status = StoredToBytes(s, &in, ppDst, pDstLen);
   s->bitBuffer.Set(in.bits);
   s->bitCount = in.count;
   *ppSrc = in.src;
-  *pSrcLen = in.len;
+  *pSrcLen = in.left;
   return status;
 }
 
@@ -145,12 +118,12 @@ zelStatus zelsDecodeLZ77StoredHuff_8u(const uint8_t** ppSrc, int32_t* pSrcLen, z
   if (!ppSrc || !ppPairs || !pSrcLen || !pPairsLen || !*ppSrc || !*ppPairs || !pLZ77State) return zelErrNullPtr;
   if (*pSrcLen < 0 || *pPairsLen < 0) return zelErrSize;
   DecoderState* s = Decoder(pLZ77State);
-  StoredSource in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
+  BytewiseReader in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
   const zelStatus status = StoredToPairs(s, &in, ppPairs, pPairsLen);
   s->bitBuffer.Set(in.bits);
   s->bitCount = in.count;
   *ppSrc = in.src;
-  *pSrcLen = in.len;
+  *pSrcLen = in.left;
   return status;
 }
 

@@ -4,6 +4,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "core/assert.h"
 #include "core/target.h"
 #include "shared/unaligned.h"
 
@@ -37,6 +38,7 @@ struct BitReader {
   }
 
   ZELDC_ALWAYS_INLINE void Consume(unsigned n) {
+    ZELDC_ASSERT(n <= count);
     bits >>= n;
     count -= n;
   }
@@ -66,18 +68,48 @@ struct BitReader {
   static uint64_t Mask(uint32_t n) { return (uint64_t{1} << n) - 1; }
 };
 
+// Reads likewise, but takes single bytes, and none before it is needed.
+struct BytewiseReader {
+  uint64_t bits;  // the next bit lowest, zero above `count`
+  int32_t count;
+  const uint8_t* src;
+  int32_t left;
+
+  // Has at least n bits, n up to 32, or all that there are: then the answer is false.
+  bool Gather(int32_t n) {
+    while (count < n) {
+      if (left == 0) return false;
+      bits |= uint64_t{*src++} << count;
+      --left;
+      count += 8;
+    }
+    return true;
+  }
+
+  uint32_t Take(int n) {
+    ZELDC_ASSERT(n <= count);
+    const uint32_t v = static_cast<uint32_t>(bits & BitReader::Mask(static_cast<uint32_t>(n)));
+    bits >>= n;
+    count -= n;
+    return v;
+  }
+
+  void AlignToByte() { Take(count & 7); }
+};
+
 // Writes behind bits that an earlier call left over. Bits wait in the accumulator until WriteBytes finds room.
 struct BitWriter {
   uint64_t bits;  // the first one lowest, zero above `count`
   uint32_t count;
   uint8_t* out;
-  uint8_t* outEnd;
+  uint8_t* outEnd;  // null: whoever calls knows that there is room
 
   BitWriter(uint64_t heldBits, int32_t heldCount, uint8_t* dst, uint8_t* dstEnd)
       : bits(heldBits), count(static_cast<uint32_t>(heldCount)), out(dst), outEnd(dstEnd) {}
 
   // Room in the accumulator is the caller's business: up to 57 bits after WriteBytes left less than a byte.
   ZELDC_ALWAYS_INLINE void Put(uint64_t v, uint32_t n) {
+    ZELDC_ASSERT(count + n <= 64);
     bits |= v << count;
     count += n;
   }
@@ -93,6 +125,15 @@ struct BitWriter {
       count -= 8;
     }
     return true;
+  }
+
+  // Writes whole bytes, of at most 63 bits; there are 8 bytes of room, all of which may be written.
+  ZELDC_ALWAYS_INLINE void WriteBytesWide() {
+    ZELDC_ASSERT(count < 64 && (outEnd == nullptr || outEnd - out >= 8));
+    StoreLE(out, bits);
+    out += count >> 3;
+    bits >>= count & ~7u;
+    count &= 7;
   }
 };
 

@@ -7,6 +7,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "core/assert.h"
 #include "core/target.h"
 #include "shared/unaligned.h"
 
@@ -26,7 +27,7 @@ struct MsbReader {
   uint32_t count;
   const uint8_t* src;
   const uint8_t* srcStart;
-  const uint8_t* srcEnd;
+  const uint8_t* srcEnd;  // null: whoever calls knows how far the source goes
 
   MsbReader(uint32_t waiting, int32_t waitingCount, const uint8_t* source, size_t len)
       : bits((uint64_t{waiting} << 32) & UpperBits(WaitingBits(waitingCount))),
@@ -37,6 +38,7 @@ struct MsbReader {
 
   // The refill of the inner loops: 8 bytes of source are left. Has at least 56 bits afterwards, never more than 63.
   ZELDC_ALWAYS_INLINE void RefillWide() {
+    ZELDC_ASSERT(srcEnd == nullptr || srcEnd - src >= 8);
     bits |= LoadBE<uint64_t>(src) >> count;
     src += (63 - count) >> 3;
     count |= 56;
@@ -65,6 +67,7 @@ struct MsbReader {
   ZELDC_ALWAYS_INLINE uint32_t Peek(uint32_t n) const { return static_cast<uint32_t>(bits >> (64 - n)); }
 
   ZELDC_ALWAYS_INLINE void Consume(uint32_t n) {
+    ZELDC_ASSERT(n <= count);
     bits <<= n;
     count -= n;
   }
@@ -99,12 +102,14 @@ struct MsbWriter {
 
   // Room in the accumulator is the caller's business. 1 <= n, count + n <= 64.
   ZELDC_ALWAYS_INLINE void Put(uint64_t v, uint32_t n) {
+    ZELDC_ASSERT(1 <= n && count + n <= 64);
     bits |= v << (64 - count - n);
     count += n;
   }
 
   // Writes whole bytes, of at most 63 bits; there are 8 bytes of room, all of which may be written.
   ZELDC_ALWAYS_INLINE void WriteBytesWide() {
+    ZELDC_ASSERT(count < 64 && outEnd - out >= 8);
     StoreBE(out, bits);
     out += count >> 3;
     bits <<= count & 56;

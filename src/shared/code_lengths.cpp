@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "core/assert.h"
+
 namespace zeldc {
 
 namespace {
@@ -19,16 +21,10 @@ constexpr Leaf MakeLeaf(uint32_t frequency, int symbol) { return Leaf{frequency}
 constexpr uint32_t FrequencyOf(Leaf leaf) { return static_cast<uint32_t>(leaf >> 16); }
 constexpr int SymbolOf(Leaf leaf) { return static_cast<int>(leaf & 0xFFFF); }
 
-uint16_t Reverse16(uint32_t v) {
-  v = ((v >> 1) & 0x5555) | ((v & 0x5555) << 1);
-  v = ((v >> 2) & 0x3333) | ((v & 0x3333) << 2);
-  v = ((v >> 4) & 0x0F0F) | ((v & 0x0F0F) << 4);
-  return static_cast<uint16_t>((v >> 8) | (v << 8));
-}
-
 }  // namespace
 
 void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count) {
+  ZELDC_ASSERT(2 <= n && n <= kMaxCodeSymbols && n <= int64_t{1} << limit);
   // Nodes 0 .. n-1 are the leaves, n .. 2n-2 the inner nodes as they come about.
   uint32_t weight[2 * kMaxCodeSymbols];
   uint16_t parent[2 * kMaxCodeSymbols];
@@ -73,6 +69,7 @@ void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count) {
 }
 
 void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8_t* lengths) {
+  ZELDC_ASSERT(2 <= symbols && symbols <= kMaxCodeSymbols && limit <= kMaxCodeLimit);
   Leaf leaves[kMaxCodeSymbols];
   int n = 0;
   for (int i = 0; i < symbols; ++i) {
@@ -92,25 +89,6 @@ void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8
   int i = 0;
   for (int length = limit; length > 0; --length) {
     for (int k = count[length]; k > 0; --k) lengths[SymbolOf(leaves[i++])] = static_cast<uint8_t>(length);
-  }
-}
-
-void BuildReversedCodes(const uint8_t* lengths, int symbols, uint16_t* codes) {
-  // Few symbols are used, as a rule, and one without a code would wait for the one before it to be counted.
-  uint16_t used[kMaxCodeSymbols];
-  int n = 0;
-  for (int i = 0; i < symbols; ++i) {
-    codes[i] = 0;
-    used[n] = static_cast<uint16_t>(i);
-    n += lengths[i] != 0;
-  }
-  uint32_t count[kMaxCodeLimit + 1] = {};
-  for (int k = 0; k < n; ++k) ++count[lengths[used[k]]];
-  uint32_t next[kMaxCodeLimit + 1] = {};
-  FirstCodes(count, kMaxCodeLimit, next);
-  for (int k = 0; k < n; ++k) {
-    const int length = lengths[used[k]];
-    codes[used[k]] = static_cast<uint16_t>(Reverse16(next[length]++) >> (16 - length));
   }
 }
 

@@ -18,7 +18,7 @@ void CountCodeLengths(const uint32_t* weights, int n, int limit, int* count);
 inline constexpr int kDeepestCode = 44;
 
 // The canonical codes' first of each length from 1 to `longest`: count[length] codes follow from there.
-inline void FirstCodes(const uint32_t* count, int longest, uint32_t* first) {
+constexpr void FirstCodes(const uint32_t* count, int longest, uint32_t* first) {
   first[1] = 0;
   for (int length = 1; length < longest; ++length) first[length + 1] = (first[length] + count[length]) << 1;
 }
@@ -30,8 +30,32 @@ inline void FirstCodes(const uint32_t* count, int longest, uint32_t* first) {
 // than 2^31.
 void BuildCodeLengths(const uint32_t* frequencies, int symbols, int limit, uint8_t* lengths);
 
-// Canonical codes (RFC 1951 section 3.2.2), bit-reversed for a least-significant-bit-first stream. Symbols of length 0
-// get code 0.
-void BuildReversedCodes(const uint8_t* lengths, int symbols, uint16_t* codes);
+constexpr uint16_t ReverseBits(uint32_t v) {
+  v = ((v >> 1) & 0x5555) | ((v & 0x5555) << 1);
+  v = ((v >> 2) & 0x3333) | ((v & 0x3333) << 2);
+  v = ((v >> 4) & 0x0F0F) | ((v & 0x0F0F) << 4);
+  return static_cast<uint16_t>((v >> 8) | (v << 8));
+}
+
+// Canonical codes (RFC 1951 section 3.2.2) of at most 16 bits, bit-reversed for a least-significant-bit-first stream.
+// Symbols of length 0 get code 0.
+constexpr void BuildReversedCodes(const uint8_t* lengths, int symbols, uint16_t* codes) {
+  // Few symbols are used, as a rule, and one without a code would wait for the one before it to be counted.
+  uint16_t used[kMaxCodeSymbols];
+  int n = 0;
+  for (int i = 0; i < symbols; ++i) {
+    codes[i] = 0;
+    used[n] = static_cast<uint16_t>(i);
+    n += lengths[i] != 0;
+  }
+  uint32_t count[kMaxCodeLimit + 1] = {};
+  for (int k = 0; k < n; ++k) ++count[lengths[used[k]]];
+  uint32_t next[kMaxCodeLimit + 1] = {};
+  FirstCodes(count, kMaxCodeLimit, next);
+  for (int k = 0; k < n; ++k) {
+    const int length = lengths[used[k]];
+    codes[used[k]] = static_cast<uint16_t>(ReverseBits(next[length]++) >> (16 - length));
+  }
+}
 
 }  // namespace zeldc

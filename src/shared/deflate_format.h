@@ -26,6 +26,11 @@ inline constexpr int kMaxCodeLengthCodeLength = 7;
 inline constexpr uint8_t kCodeLengthOrder[kCodeLengthSymbols] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
                                                                  11, 4,  12, 3, 13, 2, 14, 1, 15};
 
+// Of its symbols, 16 to 18 are followed by bits that tell how often to repeat (section 3.2.7).
+constexpr uint32_t CodeLengthExtraBits(uint32_t symbol) {
+  return symbol < 16 ? 0 : symbol == 16 ? 2 : symbol == 17 ? 3 : 7;
+}
+
 // A symbol that stands for a range: its first value and the bits that tell the value within it.
 struct RangeSymbol {
   uint16_t base;

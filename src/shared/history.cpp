@@ -22,6 +22,7 @@ void CopyMatchThroughHistory(const uint8_t* historyEnd, const uint8_t* outStart,
 }
 
 void SetHistoryFill(History* h, int32_t fill) {
+  ZELDC_ASSERT(0 <= fill && fill <= 2 * kWindowSize);
   h->fill = fill;
   memset(h->window + fill, 0, kCopySlack);
 }

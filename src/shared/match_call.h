@@ -7,6 +7,7 @@
 
 #include <string.h>
 
+#include "core/assert.h"
 #include "core/vector_primitives.h"
 #include "shared/match_kernel.h"
 
@@ -75,6 +76,7 @@ inline void AppendToHistory(SearchWindow* w, const uint8_t* bytes, int32_t len) 
   }
   if (len == 0) return;
   if (w->fill + len > kHistorySize) TrimHistory(w, kWindowSize - len);
+  ZELDC_ASSERT(0 <= w->fill && w->fill + len <= kHistorySize);
   ownsCopy_8u(bytes, w->history + w->fill, len);
   w->fill += len;
 }
@@ -137,6 +139,7 @@ class SearchCall {
       const ptrdiff_t room = x_->pairEnd - x_->pair;
       if (room < (copied - kLookAhead) / kMaxMatch) copied = static_cast<int32_t>(room) * kMaxMatch + kLookAhead;
       if (copied > n - i) copied = n - i;
+      ZELDC_ASSERT(0 < copied && w_->fill + copied <= kHistorySize);
       ownsCopy_8u(src + i, w_->history + w_->fill, copied);
       ptrdiff_t stop = end;
       if (copied < n - i && x_->i + copied - kLookAhead < end) stop = x_->i + copied - kLookAhead;

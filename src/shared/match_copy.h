@@ -5,6 +5,7 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "core/assert.h"
 #include "core/target.h"
 #include "shared/unaligned.h"
 
@@ -22,6 +23,7 @@ inline constexpr int kCopySlack = 32;
 
 // Copies len bytes that overlap their source so as to repeat the last `distance` bytes, exactly.
 inline void CopyMatchExact(uint8_t* out, size_t distance, size_t len) {
+  ZELDC_ASSERT(distance > 0);
   const uint8_t* from = out - distance;
   if (distance >= len) {
     memcpy(out, from, len);
@@ -66,6 +68,7 @@ ZELDC_ALWAYS_INLINE void CopyWide(uint8_t* out, const uint8_t* from, size_t len)
 // A match from less than 16 bytes back, with room behind: writes up to kCopySlack bytes too many. Not inlined: the
 // loops that call it have no registers to spare.
 ZELDC_NOINLINE inline void CopyNear(uint8_t* out, size_t distance, size_t len) {
+  ZELDC_ASSERT(0 < distance && distance < 16);
   const uint8_t* from = out - distance;
   uint8_t* const end = out + len;
 #if ZELDC_SSSE3

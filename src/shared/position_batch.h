@@ -6,6 +6,7 @@
 // taken out.
 #pragma once
 
+#include "core/assert.h"
 #include "shared/match_kernel.h"
 
 #if ZELDC_SSE2
@@ -20,10 +21,11 @@ struct PositionBatch {
 
   uint16_t newest[kSize + 1];  // what each position's head held before; the last one is only ever looked at
 
-  // Enters n positions from `pos` on. fourHashes(k) are those of four positions side by side, the first one lowest;
+  // Enters n <= kSize positions from `pos` on. fourHashes(k) are those of four positions side by side, the first one lowest;
   // hash(k) that of one.
   template <typename FourHashes, typename Hash>
   ZELDC_ALWAYS_INLINE void Insert(uint16_t* head, uint32_t pos, ptrdiff_t n, FourHashes fourHashes, Hash hash) {
+    ZELDC_ASSERT(0 <= n && n <= kSize);
     ptrdiff_t k = 0;
     auto enter = [&](ptrdiff_t j, uint32_t h) ZELDC_LAMBDA_INLINE {
       const uint16_t before = head[h];
@@ -55,6 +57,7 @@ struct PositionBatch {
   // Takes out all but the first `kept` of the n positions.
   template <typename Hash>
   void Remove(uint16_t* head, ptrdiff_t n, ptrdiff_t kept, Hash hash) const {
+    ZELDC_ASSERT(0 <= kept && kept <= n && n <= kSize);
     for (ptrdiff_t k = n; k-- > kept;) head[hash(k)] = newest[k];
   }
 };
@@ -72,6 +75,7 @@ ZELDC_ALWAYS_INLINE void SearchInBatches(Search* x, ptrdiff_t stop, ptrdiff_t en
     const ptrdiff_t room = x->pairEnd - x->pair;
     n = room < size / 4 - 4 ? 4 * room + 16 : size;
     if (n > enterEnd - inserted) n = enterEnd - inserted;
+    ZELDC_ASSERT(0 <= n && n <= size);
     insert(inserted, n);
     run(inserted, inserted + n);
     inserted += n;

@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include "core/assert.h"
+
 namespace zeldc {
 
 // A weight above its symbol's number, which takes 9 bits. In a word of 32 bits weights stay below 2^23.
@@ -26,6 +28,7 @@ constexpr int SymbolOf(Word w) {
 // alphabets, where they come in the order of a plain selection sort from the end.
 template <typename Word>
 void SortByWeight(Word* symbols, int n) {
+  ZELDC_ASSERT(n <= 512);
   if (n <= 9) {
     for (int end = n - 1; end > 0; --end) {
       int heaviest = 0;

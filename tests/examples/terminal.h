@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "gtest/gtest.h"
+
 namespace zeldc_test {
 
 // Whether the condition comes true within a time that is long enough for the slowest machine: only a failing test waits
@@ -30,6 +32,17 @@ class Terminal {
   int slave_ = -1;
   std::string name_;
   std::string text_;
+};
+
+// A test with a terminal of its own.
+template <typename Test>
+class OnTerminal : public Test {
+ protected:
+  void SetUp() override {
+    if (!terminal_.works()) GTEST_SKIP() << "there are no pseudo-terminals";
+  }
+
+  Terminal terminal_;
 };
 
 }  // namespace zeldc_test

@@ -74,12 +74,6 @@ TEST_F(ZellzopFiles, StdoutWritesNoFile) {
   EXPECT_EQ(Files(), Names{"a"});
 }
 
-TEST_F(ZellzopFiles, DashIsTheStandardInput) {
-  Write("a", "first ");
-  Write("b", "second");
-  EXPECT_EQ(Run("zellzop b; zellzop < a | zellzop -dc - b.lzo").out, "first second");
-}
-
 TEST_F(ZellzopFiles, OutputTakesAllFiles) {
   Write("a", text_);
   Write("b", "second");

@@ -18,8 +18,8 @@ function(zeldc_find_oracle target header library dev_package runtime_package)
     file(GLOB candidates "/usr/lib/${zeldc_oracle_triplet}/lib${library}.so*")
     list(SORT candidates)
     if(NOT candidates)
-      message(FATAL_ERROR "Tests for ${zeldc_oracle_triplet} need its lib${library}: install that architecture's package "
-                          "${runtime_package} (for i386: dpkg --add-architecture i386 && apt-get update && "
+      message(FATAL_ERROR "Tests for ${zeldc_oracle_triplet} need its lib${library}: install that architecture's "
+                          "package ${runtime_package} (for i386: dpkg --add-architecture i386 && apt-get update && "
                           "apt-get install ${runtime_package}:i386)")
     endif()
     list(GET candidates 0 path)
