@@ -282,7 +282,7 @@ TEST(Bzip2HuffmanDecode, LargeCallsEndWhereTheModelsDo) {
 TEST(Bzip2HuffmanDecode, ALargeCallEndsAtEveryPlaceOfAGroup) {
   // The call goes on by whole groups up to the end only if there is source behind it.
   for (size_t count = 17000; count <= 17050; ++count) {
-    const Block block = RandomBlock(30, count, 4, count);
+    const Block block = RandomBlock(30, count, 1, count);
     Bytes stream = Encode(block).ToBytes(3);
     stream.resize(stream.size() + 200);
     const Decoded decoded = DecodeBesideModel(30, stream, 1000000, 20000);
