@@ -55,7 +55,7 @@ uint32_t MarkSame(const Rotations<Symbol, Pos>& r) {
   uint32_t same = 0;
   uint32_t before = r.order[0], lengthBefore = r.lms.DistanceToNext(before) + 1;
   for (uint32_t k = 1; k < r.lms.count; ++k) {
-    if (k + kFetchAhead < r.lms.count) __builtin_prefetch(r.symbols + r.order[k + kFetchAhead]);
+    if (k + kFetchAhead < r.lms.count) ZELDC_PREFETCH(r.symbols + r.order[k + kFetchAhead]);
     const uint32_t pos = r.order[k];
     const uint32_t length = r.lms.DistanceToNext(pos) + 1;
     bool isSame = (length == lengthBefore) & IsStartSame(r.symbols + before, r.symbols + pos, length);

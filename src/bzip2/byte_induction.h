@@ -95,7 +95,7 @@ class ByteInduction {
 
   ZELDC_ALWAYS_INLINE void Fetch(uint32_t k) const {
     const uintptr_t text = reinterpret_cast<uintptr_t>(symbols_);
-    __builtin_prefetch(reinterpret_cast<const void*>(text + order_[k]));
+    ZELDC_PREFETCH(reinterpret_cast<const void*>(text + order_[k]));
   }
 
   // The rotation before another, its first byte, and its last.
@@ -168,7 +168,7 @@ class ByteInduction {
 
   ZELDC_ALWAYS_INLINE void FetchPacked(uint32_t k) const {
     const uintptr_t text = reinterpret_cast<uintptr_t>(symbols_);
-    __builtin_prefetch(reinterpret_cast<const void*>(text + (order_[k] & (kMaxPacked - 1))));
+    ZELDC_PREFETCH(reinterpret_cast<const void*>(text + (order_[k] & (kMaxPacked - 1))));
   }
 
   // On the way up a mark says that the rotation before is of type S, and waits for the way down.

@@ -200,6 +200,7 @@ extern "C" zelStatus zelsDecodeHuff_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLen
   if (!*ppSrc || !pDst || !pDstLen || !pState) return zelErrNullPtr;
   if (*pDstLen < 1 || *pSrcLen < 0) return zelErrSize;
   if (!pState->isReady) return zelErr;
+  const RedzoneGuard guard(pState);
   Decoder d = {MsbReader(*pCode, *pCodeLenBits, *ppSrc, static_cast<size_t>(*pSrcLen)),
                pDst,
                pDst + *pDstLen,

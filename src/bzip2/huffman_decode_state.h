@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include "bzip2/huffman_format.h"
+#include "core/redzone.h"
 #include "zeldc/bzip2_huffman.h"
 
 namespace zeldc {
@@ -56,9 +57,18 @@ struct zelBZ2HuffDecodeState {
   int32_t isReady;          // selectors and tables are those of a whole description
   zeldc::TableOrder order;  // Unpack: of the selectors read so far
   zeldc::DecodeTable tables[zeldc::kMaxHuffTables];
+  ZELDC_REDZONE(behindTables)
   uint8_t lengths[zeldc::kMaxHuffSymbols];  // Unpack: of the current table
+  ZELDC_REDZONE(behindLengths)
 
   uint8_t* Selectors();  // the table of each group, behind the size of a record for none
+
+#if ZELDC_REDZONES
+  template <typename F>
+  void ForEachRedzone(F f) const {
+    f(behindTables, behindLengths);
+  }
+#endif
 };
 
 namespace zeldc {

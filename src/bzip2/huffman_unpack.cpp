@@ -208,6 +208,7 @@ zelStatus zelsUnpackHuffContext_BZ2_8u16u(uint32_t* pCode, int32_t* pCodeLenBits
   if (*pSrcLen < 1) return zelErrSize;
   if (pState->stage < kUnpackHeader || pState->stage > kUnpackLengths) return zelErr;
   if (!pCode || !pCodeLenBits) return zelErrNullPtr;
+  const RedzoneGuard guard(pState);
   MsbReader in(*pCode, *pCodeLenBits, *ppSrc, static_cast<size_t>(*pSrcLen));
 
   const zelStatus status = ownUnpack(&in, pState);

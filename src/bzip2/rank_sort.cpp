@@ -21,10 +21,9 @@ class RankSort {
 
   void Sort() {
     TakeGroups();
-    for (uint64_t distance = 1; distance < count_; distance *= 2) {
-      if (!SortGroups(static_cast<uint32_t>(distance))) break;
-    }
-    NumberEqualRotations();
+    // This ends, for no two rotations are equal: of a block that is a repeated string, at least half of the LMS
+    // rotations agree with the one before.
+    for (uint32_t distance = 1; SortGroups(distance);) distance *= 2;
     uint32_t number = 0;
     lms_.ForEach([&](Pos pos) { order_[rank_[number++]] = pos; });
   }
@@ -136,19 +135,6 @@ class RankSort {
   void Rank(uint32_t first, uint32_t last) {
     for (uint32_t k = first; k <= last; ++k) rank_[order_[k]] = static_cast<Pos>(last);
     if (first == last) order_[first] = kMark | 1;
-  }
-
-  // What is in one group now agrees in all its bytes: in any order.
-  void NumberEqualRotations() {
-    for (uint32_t k = 0; k < count_;) {
-      const Pos entry = order_[k];
-      if (entry & kMark) {
-        k += Marked<Pos>::Unmark(entry);
-        continue;
-      }
-      const uint32_t end = rank_[entry];
-      for (; k <= end; ++k) rank_[order_[k]] = static_cast<Pos>(k);
-    }
   }
 
   const PositionSet<Pos>& lms_;

@@ -10,7 +10,7 @@
 namespace zeldc {
 
 // order[0 .. lms.count) holds the LMS rotations, each one that agrees with the one before it marked; none is marked in
-// the end. Rotations that are equal in all their symbols may stand in any order.
+// the end. At most a third of them are marked, so that no two rotations are equal in all their symbols.
 void SortByRank(const PositionSet<uint32_t>& lms, uint32_t* order, Arena scratch);
 void SortByRank(const PositionSet<uint16_t>& lms, uint16_t* order, Arena scratch);
 

@@ -75,7 +75,7 @@ class SymbolInduction {
 
   ZELDC_ALWAYS_INLINE void Fetch(uint32_t k) const {
     const uintptr_t symbols = reinterpret_cast<uintptr_t>(symbols_);
-    __builtin_prefetch(reinterpret_cast<const void*>(symbols + Mark::Unmark(order_[k]) * sizeof(Pos)));
+    ZELDC_PREFETCH(reinterpret_cast<const void*>(symbols + Mark::Unmark(order_[k]) * sizeof(Pos)));
   }
 
   // The rotation before another, its first symbol, and its last.

@@ -56,6 +56,15 @@
 // Behind the parameters of a lambda.
 #define ZELDC_LAMBDA_INLINE __attribute__((always_inline))
 #define ZELDC_NOINLINE __attribute__((noinline))
+// The address may be any, and come from memory that nobody has written: the memory sanitizer takes that for a use.
+#if defined(__has_feature)
+#if __has_feature(memory_sanitizer)
+#define ZELDC_PREFETCH(address) (void)(address)
+#endif
+#endif
+#ifndef ZELDC_PREFETCH
+#define ZELDC_PREFETCH(address) __builtin_prefetch(address)
+#endif
 // Before a loop whose steps hang on each other through an array: Clang 14 takes a counter that is read, stored and
 // raised in one step for four of the same value at once.
 #if defined(__clang__)

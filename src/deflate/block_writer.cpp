@@ -206,6 +206,7 @@ zelStatus WriteHuffmanBlock(zelLZ77Pair** ppPairs, int32_t* pPairsLen, uint8_t**
   if (*pPairsLen < 0) return zelErrSize;
   if (!*ppPairs && *pPairsLen > 0) return zelErrNullPtr;
   EncoderState* s = Encoder(pState);
+  const RedzoneGuard guard(s);
   if (*pDstLen == 0) {
     if (s->blockPhase != kPhaseHeader) s->blockPhase = kPhaseOpen;
     return zelWarnDstFull;

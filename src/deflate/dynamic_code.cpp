@@ -169,6 +169,7 @@ extern "C" zelStatus zelsEncodeLZ77SelectHuffMode_8u(const zelLZ77Pair* pPairs, 
                                                      zelLZ77HuffMode* pMode, zelLZ77State* pState) {
   if (!pPairs || !pMode || !pState) return zelErrNullPtr;
   EncoderState* s = Encoder(pState);
+  const RedzoneGuard guard(s);
   if (s->choicePending) {
     *pMode = s->chosenMode;
     return zelOk;

@@ -74,6 +74,7 @@ zelStatus zelsEncodeLZ77SetDictionary_8u(const uint8_t* pDict, int32_t dictLen, 
   if (dictLen < kMinMatch) return zelOk;
   EncoderState* s = Encoder(pState);
   if (s->deflateStatus != zelLZ77StatusInit) return zelErr;
+  const RedzoneGuard guard(s);
   const int32_t used = dictLen < kWindowSize ? dictLen : kWindowSize;
   if (s->window.tablePos != 0 || s->window.fill != 0) ClearSearch(s);  // of an earlier dictionary
   ownsCopy_8u(pDict + (dictLen - used), s->window.history, used);

@@ -1,6 +1,7 @@
 // The encoder's record.
 #pragma once
 
+#include "core/redzone.h"
 #include "shared/deflate_format.h"
 #include "shared/lz77_state.h"
 #include "shared/match_call.h"
@@ -51,10 +52,14 @@ struct FastTables {
 
 struct BestTables {
   uint16_t head3[kHashSize];  // newest position with a hash of three bytes
+  ZELDC_REDZONE(behindHead3)
   uint16_t head4[kHashSize];  // of four bytes
-  uint16_t chain4[kWindowSize];
-  uint16_t rank[kWindowSize];  // number of the position in its three-byte chain
+  ZELDC_REDZONE(behindHead4)
+  uint16_t chain4[kWindowSize];  // LongestLink may look at what stands behind
+  uint16_t rank[kWindowSize];    // number of the position in its three-byte chain
+  ZELDC_REDZONE(behindRank)
   uint16_t chain3[4096];
+  ZELDC_REDZONE(behindChain3)
   uint32_t chained;  // positions before this one stand in the four-byte chains
   uint32_t ranked;   // and positions before this one have their rank
 };
@@ -67,6 +72,7 @@ union MatchTables {
 
 struct EncoderState : zelLZ77State {
   zelLZ77Pair ownPairs[zelLZ77MaxPairs];
+  ZELDC_REDZONE(behindPairs)
 
   // Match search.
   int32_t level;        // zelLZ77Level, normalised
@@ -94,11 +100,28 @@ struct EncoderState : zelLZ77State {
   int32_t treeBits;        // length of the tree description
   int32_t treeBytesTaken;  // how much of it has gone to the bit buffer
   uint8_t tree[292];
+  ZELDC_REDZONE(behindTree)
   uint8_t litLenLengths[kLitLenSymbols];  // of the dynamic code
+  ZELDC_REDZONE(behindLitLenLengths)
   uint8_t distanceLengths[kDistanceSymbols];
+  ZELDC_REDZONE(behindDistanceLengths)
 
   SearchWindow window;
+  ZELDC_REDZONE(behindWindow)
   MatchTables tables;
+  ZELDC_REDZONE(behindTables)
+
+#if ZELDC_REDZONES
+  // Of the tables, those of the record's level.
+  template <typename F>
+  void ForEachRedzone(F f) const {
+    f(behindPairs, behindTree, behindLitLenLengths, behindDistanceLengths, behindWindow, behindTables);
+    if (level == zelLZ77LevelFast) return;
+    if (level == zelLZ77LevelNormal) return f(tables.normal.behindHead);
+    const BestTables& t = tables.best;
+    f(t.behindHead3, t.behindHead4, t.behindRank, t.behindChain3);
+  }
+#endif
 };
 static_assert(sizeof(EncoderState) <= kEncoderRecordSize && alignof(EncoderState) == 4);
 

@@ -93,6 +93,7 @@ extern "C" zelStatus zelsEncodeLZ77_8u(uint8_t** ppSrc, int32_t* pSrcLen, zelLZ7
   if (*pSrcLen < 0) return zelErrSize;
   if (!*ppSrc && *pSrcLen > 0) return zelErrNullPtr;
   EncoderState* s = Encoder(pState);
+  const RedzoneGuard guard(s);
   // Keeps the running position within its 32 bits; the tables count modulo 2^16 anyway.
   if (s->historyPos > uint32_t{INT32_MAX} - static_cast<uint32_t>(*pSrcLen)) s->historyPos &= kWindowSize - 1;
   s->srcRemain = *pSrcLen;

@@ -305,7 +305,6 @@ void RunBatch(const BestTables* t, Search* x, const EnteredAhead* ahead, const u
 }  // namespace
 
 void SearchBest(BestTables* t, Search* x, const uint8_t* base, ptrdiff_t stop) {
-  if (x->i >= stop || x->pair == x->pairEnd) return;
   CatchUp(t, x, base, x->i);
   EnteredAhead ahead;
   // The search looks one byte ahead.

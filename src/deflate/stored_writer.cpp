@@ -88,6 +88,7 @@ zelStatus zelsEncodeLZ77StoredBlock_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_
   if (!ppSrc || !ppDst || !pSrcLen || !pDstLen || !*ppSrc || !*ppDst || !pState) return zelErrNullPtr;
   if (*pSrcLen < 0 || *pDstLen < 0) return zelErrSize;
   EncoderState* s = Encoder(pState);
+  const RedzoneGuard guard(s);
   s->choicePending = 0;
   if (*pDstLen == 0) return zelWarnDstFull;
   StoredInput in{*ppSrc, *pSrcLen};

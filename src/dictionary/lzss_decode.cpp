@@ -167,6 +167,7 @@ zelStatus zelsDecodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, 
   if (pState->kind != kLzssDecoder || !IsSound(Decoder(pState)->history)) return zelErr;
 
   LzssDecoder* const s = Decoder(pState);
+  const RedzoneGuard guard(s);
   MsbReader in(s->waiting, s->waitingCount, *ppSrc, static_cast<size_t>(*pSrcLen));
   Output o{*ppDst, *ppDst, *ppDst + *pDstLen};
   const zelStatus status = Decode(s, &in, &o);

@@ -162,6 +162,7 @@ zelStatus zelsEncodeLZSS_8u(uint8_t** ppSrc, int32_t* pSrcLen, uint8_t** ppDst, 
   if (*pDstLen == 0) return zelWarnDstFull;
   if (*pSrcLen == 0) return zelOk;
   if (!*ppSrc || !*ppDst) return zelErrNullPtr;
+  const RedzoneGuard guard(Encoder(pState));
   MsbWriter w(pState->waiting, pState->waitingCount, *ppDst, static_cast<size_t>(*pDstLen));
   const int32_t consumed = Encode(Encoder(pState), &w, *ppSrc, *pSrcLen);
   pState->waiting = w.Waiting();

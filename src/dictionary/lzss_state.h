@@ -3,6 +3,7 @@
 
 #include <stdint.h>
 
+#include "core/redzone.h"
 #include "shared/history.h"
 #include "shared/match_call.h"
 #include "zeldc/lzss.h"
@@ -29,7 +30,16 @@ namespace zeldc {
 
 struct LzssEncoder : zelLZSSState {
   SearchWindow window;
+  ZELDC_REDZONE(behindWindow)
   NormalTables tables;
+  ZELDC_REDZONE(behindTables)
+
+#if ZELDC_REDZONES
+  template <typename F>
+  void ForEachRedzone(F f) const {
+    f(behindWindow, tables.behindHead, behindTables);
+  }
+#endif
 };
 static_assert(sizeof(LzssEncoder) <= kLzssRecordSize && alignof(LzssEncoder) == 4);
 
@@ -37,6 +47,14 @@ struct LzssDecoder : zelLZSSState {
   int32_t pendingLen;  // a match that the last call could not finish
   int32_t pendingDist;
   History history;
+  ZELDC_REDZONE(behindHistory)
+
+#if ZELDC_REDZONES
+  template <typename F>
+  void ForEachRedzone(F f) const {
+    f(behindHistory);
+  }
+#endif
 };
 static_assert(sizeof(LzssDecoder) <= kLzssRecordSize && alignof(LzssDecoder) == 4);
 

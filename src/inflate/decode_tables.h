@@ -15,6 +15,7 @@
 
 #include <stdint.h>
 
+#include "core/redzone.h"
 #include "shared/deflate_format.h"
 
 namespace zeldc {
@@ -47,6 +48,7 @@ struct BlockTables {
   int32_t litLenBits;  // index width in use, at most kLitLenTableBits
   int32_t distanceBits;
   DecodeEntry litLen[kLitLenTableSize];
+  ZELDC_REDZONE(behindLitLen)
   DecodeEntry distance[kDistanceTableSize];
 };
 

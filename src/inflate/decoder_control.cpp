@@ -69,6 +69,7 @@ zelStatus zelsDecodeLZ77SetDictionary_8u(const uint8_t* pDict, int32_t dictLen, 
   if (!pDict || !pLZ77State) return zelErrNullPtr;
   if (dictLen < 1) return zelErrSize;
   DecoderState* s = Decoder(pLZ77State);
+  const RedzoneGuard guard(s);
   const int32_t used = dictLen < kWindowSize ? dictLen : kWindowSize;
   if (used < kWindowSize) ownsZero_8u(s->history.window, kWindowSize - used);
   ownsCopy_8u(pDict + (dictLen - used), s->history.window + (kWindowSize - used), used);

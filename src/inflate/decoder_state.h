@@ -1,6 +1,7 @@
 // The decoder's record.
 #pragma once
 
+#include "core/redzone.h"
 #include "inflate/decode_tables.h"
 #include "shared/deflate_format.h"
 #include "shared/history.h"
@@ -30,8 +31,10 @@ enum DecodeStage : int32_t {
 
 struct DecoderState : zelLZ77State {
   zelLZ77Pair ownPairs[kDecoderPairs];
+  ZELDC_REDZONE(behindPairs)
 
   History history;
+  ZELDC_REDZONE(behindHistory)
 
   Wide bitBuffer;           // input bits taken but not consumed, the next one lowest; zero above bitCount
   int32_t bitCount;         // 0..56
@@ -48,9 +51,19 @@ struct DecoderState : zelLZ77State {
   int32_t distanceCodes;    // HDIST + 1
   int32_t lengthsRead;      // code lengths read so far
   CodeLengthTable codeLengthTable;
+  ZELDC_REDZONE(behindCodeLengthTable)
   uint8_t codeLengths[kLitLenCodes + kDistanceCodes];
+  ZELDC_REDZONE(behindCodeLengths)
 
   BlockTables tables;  // of the current dynamic block
+  ZELDC_REDZONE(behindTables)
+
+#if ZELDC_REDZONES
+  template <typename F>
+  void ForEachRedzone(F f) const {
+    f(behindPairs, behindHistory, behindCodeLengthTable, behindCodeLengths, tables.behindLitLen, behindTables);
+  }
+#endif
 };
 static_assert(sizeof(DecoderState) <= kDecoderRecordSize && alignof(DecoderState) == 4);
 

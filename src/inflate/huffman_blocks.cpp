@@ -109,6 +109,7 @@ zelStatus DecodeToPairs(int32_t blockType, const uint8_t** ppSrc, int32_t* pSrcL
   if (!ppSrc || !pSrcLen || !ppPairs || !pPairsLen || !state || !*ppSrc || !*ppPairs) return zelErrNullPtr;
   if (*pSrcLen < 0 || *pPairsLen < 0) return zelErrSize;
   DecoderState* s = Decoder(state);
+  const RedzoneGuard guard(s);
   if (flush == zelLZ77FlushSync || flush == zelLZ77FlushFull) return ScanForMarker(s, ppSrc, pSrcLen);
   if (*pPairsLen == 0) return zelWarnDstFull;
 
@@ -126,6 +127,7 @@ zelStatus DecodeToBytes(int32_t blockType, const uint8_t** ppSrc, int32_t* pSrcL
   if (!ppSrc || !pSrcLen || !ppDst || !pDstLen || !state || !*ppSrc || !*ppDst) return zelErrNullPtr;
   if (*pSrcLen < 0 || *pDstLen < 0) return zelErrSize;
   DecoderState* s = Decoder(state);
+  const RedzoneGuard guard(s);
   if (flush == zelLZ77FlushSync || flush == zelLZ77FlushFull) return ScanForMarker(s, ppSrc, pSrcLen);
   if (*pDstLen == 0) return zelWarnDstFull;
 

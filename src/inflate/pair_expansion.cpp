@@ -84,6 +84,7 @@ extern "C" zelStatus zelsDecodeLZ77_8u(zelLZ77Pair** ppPairs, int32_t* pPairsLen
   if (!*ppPairs || !*ppDst) return zelErrNullPtr;
 
   DecoderState* s = Decoder(pLZ77State);
+  const RedzoneGuard guard(s);
   Expansion x{*ppPairs, *ppPairs + *pPairsLen, *ppDst, *ppDst, *ppDst + *pDstLen};
   const zelStatus status = Expand(s, &x);
   if (status == zelWarnStreamEnd) {

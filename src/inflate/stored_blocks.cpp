@@ -104,6 +104,7 @@ zelStatus zelsDecodeLZ77StoredBlock_8u(const uint8_t** ppSrc, int32_t* pSrcLen, 
   if (*pSrcLen < 0 || *pDstLen < 0) return zelErrSize;
   if (*pDstLen == 0) return zelWarnDstFull;
   DecoderState* s = Decoder(pLZ77State);
+  const RedzoneGuard guard(s);
   BytewiseReader in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
   const zelStatus status = StoredToBytes(s, &in, ppDst, pDstLen);
   s->bitBuffer.Set(in.bits);
@@ -118,6 +119,7 @@ zelStatus zelsDecodeLZ77StoredHuff_8u(const uint8_t** ppSrc, int32_t* pSrcLen, z
   if (!ppSrc || !ppPairs || !pSrcLen || !pPairsLen || !*ppSrc || !*ppPairs || !pLZ77State) return zelErrNullPtr;
   if (*pSrcLen < 0 || *pPairsLen < 0) return zelErrSize;
   DecoderState* s = Decoder(pLZ77State);
+  const RedzoneGuard guard(s);
   BytewiseReader in{s->bitBuffer.Get(), s->bitCount, *ppSrc, *pSrcLen};
   const zelStatus status = StoredToPairs(s, &in, ppPairs, pPairsLen);
   s->bitBuffer.Set(in.bits);

@@ -11,6 +11,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "core/redzone.h"
 #include "core/target.h"
 #include "shared/deflate_format.h"
 #include "shared/hash_salt.h"
@@ -35,6 +36,7 @@ struct Search {
 // The search that Deflate's normal level and LZSS have in common: greedy, up to 16 candidates.
 struct NormalTables {
   uint16_t head[kHashSize];
+  ZELDC_REDZONE(behindHead)
   uint16_t previous[0x10000];  // by position: the one before it with the same hash
 };
 

@@ -251,6 +251,52 @@ TEST(Bwt, LargeHardBlocksComeBack) {
 // Rows of more than 24 bits.
 TEST(Bwt, BlockOfMoreThan16MiBComesBack) { CheckRoundTrip(Mixed((size_t{1} << 24) + 100, 1)); }
 
+// Pairs of a valley and a peak, so that each pair is an LMS substring with the next valley. A third of the pairs,
+// `pairs` in all, are alike, whether spread evenly or in a row; of the others as many are twice there as `repeated`
+// says.
+Bytes OftenTheSameValley(size_t pairs, bool inARow, size_t repeated) {
+  const size_t third = pairs / 3;
+  const Bytes same = {0, 128};
+  Bytes block;
+  for (size_t i = 0; inARow && i < third; ++i) block.insert(block.end(), same.begin(), same.end());
+  for (size_t i = 0; i < third; ++i) {
+    if (!inARow) block.insert(block.end(), same.begin(), same.end());
+    // The numbers 256 to 16383 in disorder: peak and valley between them say which.
+    const size_t number = 256 + i % (third - repeated) * 5 % 16128;
+    const uint8_t peak = static_cast<uint8_t>(128 + number % 128);
+    const uint8_t valley = static_cast<uint8_t>(number / 128);
+    for (const uint8_t byte : {uint8_t{1}, peak, valley, peak}) block.push_back(byte);
+  }
+  return block;
+}
+
+// One group of LMS rotations that agree is larger than what the working buffer has room to sort at once.
+TEST(Bwt, AThirdOfTheRotationsAgreeAtFirst) {
+  for (const bool inARow : {false, true}) {
+    const Bytes block = OftenTheSameValley(48000, inARow, 0);
+    CheckDefinition(kGeneral, block, SortRotations(block));
+    const Bytes small = OftenTheSameValley(16383, inARow, 0);
+    CheckDefinition(kSmall, small, SortRotations(small));
+  }
+}
+
+// So many differ that the working buffer has no room to keep their counts.
+TEST(Bwt, JustMoreThanAThirdOfTheRotationsAgreeAtFirst) {
+  const Bytes block = OftenTheSameValley(48000, false, 10);
+  CheckDefinition(kGeneral, block, SortRotations(block));
+}
+
+// What stands behind the word is sorted near place 65536 for one of the bytes that follow: its places differ in three
+// bytes then, and in two for the others.
+TEST(Bwt, AWordThatIsOftenAmongRandomBytes) {
+  for (uint8_t next = 40; next < 104; next += 4) {
+    const Bytes word = {'o', 'f', 't', next, 'n'};
+    Bytes block = RandomBytes(300000, 1);
+    for (size_t at = 0; at < block.size(); at += 100) std::copy(word.begin(), word.end(), &block[at]);
+    CheckRoundTrip(block);
+  }
+}
+
 TEST(Bwt, BuffersMayStandAnywhere) {
   const Bytes block = Mixed(20000, 2);
   const Transformed expected = Forward(kGeneral, block);
@@ -296,6 +342,30 @@ TEST(Bwt, InverseOfAnyColumnFollowsItsLinks) {
         ASSERT_TRUE(Inverse(kSmall, cut, static_cast<int32_t>(row)) == expected) << column.name << size;
       }
     }
+  }
+}
+
+// The links go eight rows on each, so no cycle but the first one meets rows whose number is a multiple of eight, from
+// which stretches of the walk begin; the seven others are one long cycle. It is led through one such row.
+TEST(Bwt, InverseWhoseWalkMeetsFewRoundRows) {
+  constexpr size_t kSize = 5000;
+  std::vector<size_t> links(kSize);
+  for (size_t row = 0; row < kSize; ++row) links[row] = (row + 8) % kSize;
+  // The other seven, one after another.
+  for (size_t row = 1; row < 8; ++row) links[kSize - 8 + row] = row == 7 ? 1 : row + 1;
+  std::swap(links[1000], links[1001]);
+  std::swap(links[1008], links[1009]);
+  // What stands in a row names the run of links that rises; the same byte's rows are in order.
+  Bytes column(kSize);
+  uint8_t symbol = 0;
+  for (size_t row = 0; row < kSize; ++row) {
+    if (row > 0 && links[row] < links[row - 1]) ++symbol;
+    column[links[row]] = symbol;
+  }
+  for (const size_t row : {size_t{1}, size_t{1009}, size_t{1001}, size_t{4999}}) {
+    const Bytes expected = FollowLinks(column, row);
+    ASSERT_TRUE(Inverse(kGeneral, column, static_cast<int32_t>(row)) == expected) << row;
+    ASSERT_TRUE(Inverse(kSmall, column, static_cast<int32_t>(row)) == expected) << row;
   }
 }
 

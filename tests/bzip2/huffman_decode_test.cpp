@@ -279,6 +279,19 @@ TEST(Bzip2HuffmanDecode, LargeCallsEndWhereTheModelsDo) {
   }
 }
 
+TEST(Bzip2HuffmanDecode, ALargeCallEndsAtEveryPlaceOfAGroup) {
+  // The call goes on by whole groups up to the end only if there is source behind it.
+  for (size_t count = 17000; count <= 17050; ++count) {
+    const Block block = RandomBlock(30, count, 1, count);
+    Bytes stream = Encode(block).ToBytes(3);
+    stream.resize(stream.size() + 200);
+    const Decoded decoded = DecodeBesideModel(30, stream, 1000000, 20000);
+    ASSERT_EQ(decoded.status, zelOk) << count;
+    ASSERT_TRUE(
+        std::equal(decoded.symbols.begin(), decoded.symbols.end(), block.symbols.begin(), block.symbols.end() - 1));
+  }
+}
+
 TEST(Bzip2HuffmanDecode, ALargeCallThatFillsItsRoomTakesNoMoreThanTheModel) {
   // Short codes, so that the last symbols come in pairs, too.
   const Block block = RandomBlock(30, 60000, 4, 1);

@@ -67,6 +67,13 @@ TEST_P(ChecksumKernel, LongInputsOfAnyKind) {
   }
 }
 
+// Sums in lanes must be reduced before they overflow.
+TEST_P(ChecksumKernel, LargestBytesForSeveralMegabytes) {
+  const Bytes data((size_t{5} << 20) + 77, 0xFF);
+  EXPECT_EQ(GetParam().kernel(0xFFF0FFF0, data.data(), data.size()),
+            GetParam().plain(0xFFF0FFF0, data.data(), data.size()));
+}
+
 // A register that single bits of a long zero buffer reach: every power of x that a fold multiplies by.
 TEST_P(ChecksumKernel, SingleBitsAnywhereInALongBuffer) {
   Bytes data(2048);

@@ -99,6 +99,17 @@ TEST_P(HuffmanWriterTest, NullPointersChangeNothing) {
   EXPECT_EQ(Write(writer(), record(), {{'a', 0}}, kPlenty, zelLZ77FlushSync).bytes, expected);
 }
 
+TEST_P(HuffmanWriterTest, NoPairsNeedNoPointer) {
+  const Bytes expected = WriteWhole(writer(), record(), {}, zelLZ77FlushFinal).bytes;
+  StartBlock(record());
+  zelLZ77Pair* no_pairs = nullptr;
+  uint8_t output[100];
+  uint8_t* dst = output;
+  int32_t pairs_len = 0, room = 100;
+  EXPECT_EQ(writer()(&no_pairs, &pairs_len, &dst, &room, zelLZ77FlushFinal, record()), zelWarnStreamEnd);
+  EXPECT_EQ(Bytes(output, dst), expected);
+}
+
 TEST_P(HuffmanWriterTest, NegativeCountsChangeNothing) {
   const Bytes expected = WriteWhole(writer(), record(), {{'a', 0}}, zelLZ77FlushSync).bytes;
   StartBlock(record());

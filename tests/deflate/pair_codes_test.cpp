@@ -83,7 +83,7 @@ TEST(PairCodes, EightAtATimeStopAtWhatHasNoCode) {
     }
   }
   PairCodes without = kFixedCodes;
-  without.piece['b'] = 0;
+  without.piece[uint8_t{'b'}] = 0;
   EXPECT_FALSE(EncodeEight(without, good, &pieces));
   without = kFixedCodes;
   without.distance[0] = {};

@@ -54,6 +54,7 @@ void* zelMalloc(int32_t len) {
   // A multiple of 16 either way: that is what callers of zelMalloc may count on.
   const size_t head = conditions.aligned ? kHead : kHead / 2;
   memset(block, conditions.fill, kHead + static_cast<size_t>(len));
+  MakeUninitialised(block, kHead + static_cast<size_t>(len));
   block[head - 1] = static_cast<char>(head);
   return block + head;
 }

@@ -1,7 +1,8 @@
 #include "inputs.h"
 
+#include <stdio.h>
+
 #include <algorithm>
-#include <string>
 
 namespace zeldc_digest {
 
@@ -46,7 +47,9 @@ void AppendSentence(Data& data, Numbers& numbers) {
   AppendPhrase(data, numbers);
   if (numbers.Below(4) == 0) {
     Append(data, " in ");
-    Append(data, std::to_string(1800 + numbers.Below(200)).c_str());
+    char year[16];
+    snprintf(year, sizeof year, "%d", 1800 + static_cast<int>(numbers.Below(200)));
+    Append(data, year);
   }
   if (numbers.Below(3) == 0) {
     Append(data, OneOf(numbers, kJoints));

@@ -11,10 +11,8 @@
 #include <string.h>
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -59,20 +57,28 @@ std::optional<uint64_t> DigestOf(const Family& family, bool* can_run) {
 
 Lines Read(const char* path) {
   Lines lines;
-  std::ifstream file(path);
-  std::string name, digest;
-  while (file >> name >> digest) lines[name] = digest;
+  FILE* const file = fopen(path, "r");
+  if (file == nullptr) return lines;
+  char name[100], digest[100];
+  while (fscanf(file, "%99s %99s", name, digest) == 2) lines[name] = digest;
+  fclose(file);
   return lines;
+}
+
+bool Write(const char* path, const std::string& text) {
+  FILE* const file = fopen(path, "wb");
+  if (file == nullptr) return false;
+  const bool is_whole = fwrite(text.data(), 1, text.size(), file) == text.size();
+  return fclose(file) == 0 && is_whole;
 }
 
 int Main(const char* path, bool write, const std::vector<std::string>& only) {
   const Lines recorded = Read(path);
-  std::ostringstream output;
-  std::string different;
+  std::string output, different;
   Digest all;
   bool is_complete = only.empty(), is_one = true;
   const auto compare = [&](const std::string& name, const std::string& digest) {
-    output << name << ' ' << digest << '\n';
+    output += name + " " + digest + "\n";
     printf("%-24s %s\n", name.c_str(), digest.c_str());
     const auto line = recorded.find(name);
     if (line == recorded.end() || line->second != digest) different += " " + name;
@@ -102,9 +108,7 @@ int Main(const char* path, bool write, const std::vector<std::string>& only) {
       printf("\nNot written: not every family could run.\n");
       return 1;
     }
-    std::ofstream file(path, std::ios::binary);
-    file << output.str();
-    return file.flush() ? 0 : 1;
+    return Write(path, output) ? 0 : 1;
   }
   if (!different.empty()) {
     printf(

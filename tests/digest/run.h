@@ -9,6 +9,7 @@
 
 #include "digest.h"
 #include "inputs.h"
+#include "support/uninitialised.h"
 #include "zeldc/types.h"
 
 namespace zeldc_digest {
@@ -29,6 +30,7 @@ class Memory {
     const uintptr_t start = reinterpret_cast<uintptr_t>(bytes_.data());
     const size_t to_aligned = (kAlignment - start % kAlignment) % kAlignment;
     data_ = reinterpret_cast<T*>(bytes_.data() + to_aligned) + (conditions.aligned ? 0 : 1);
+    MakeUninitialised(bytes_.data(), bytes_.size());
   }
   Memory(const Conditions& conditions, const std::vector<T>& content) : Memory(conditions, content.size()) {
     std::copy(content.begin(), content.end(), data_);

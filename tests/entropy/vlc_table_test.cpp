@@ -209,6 +209,18 @@ TEST(VlcTable, LargeTables) {
   }
 }
 
+// Codes are sorted some thousands at a time: a code and its equal may be parted.
+TEST(VlcTable, LargeTablesWithAPairOfEqualCodesAnywhere) {
+  for (int32_t twice = 0; twice < 4095; ++twice) {
+    if (twice % 61 != 0 && (twice < 1000 || twice > 1050)) continue;
+    Codes codes;
+    for (int32_t code = 0; code < 4095; ++code) codes.push_back({code, code, 12});
+    EXPECT_EQ(StatusOf(codes, {12}), zelOk);
+    codes.insert(codes.begin() + twice, {7, twice, 12});
+    EXPECT_EQ(StatusOf(codes, {12}), zelErrVlcTable) << twice;
+  }
+}
+
 TEST(VlcTable, LargeTablesOfEqualCodes) {
   for (size_t n : {2, 2047, 2048, 2049, 5000}) {
     Codes codes(n, {0, 5, 7});

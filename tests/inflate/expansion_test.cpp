@@ -376,5 +376,25 @@ TEST(InflateExpansion, AnySplitOfPairsAndRoomGivesTheSameBytes) {
   }
 }
 
+TEST(InflateExpansion, AMatchLeftBehindThatReachesFurtherThanAWindowIsBadOnEitherPath) {
+  Pairs pairs(50000, Literal('x'));
+  pairs.push_back(Match(100, 40000));
+  for (const bool by_bytes : {false, true}) {
+    Expansion e;
+    ASSERT_EQ(e.Expand(pairs, 50040), zelWarnDstFull);
+    if (!by_bytes) {
+      EXPECT_EQ(e.Expand({Literal('y')}, 100), zelErrBadData);
+      continue;
+    }
+    const uint8_t stream[] = {3, 0};
+    const uint8_t* source = stream;
+    uint8_t output[100];
+    uint8_t* dst = output;
+    int32_t size = 2, room = 100;
+    EXPECT_EQ(zelsDecodeLZ77FixedHuffFull_8u(&source, &size, &dst, &room, 0, e.record.get()), zelErrSize);
+    EXPECT_EQ(dst, output);
+  }
+}
+
 }  // namespace
 }  // namespace zeldc_test

@@ -253,5 +253,13 @@ TEST(OneCallStatus, AWindowOfNothingMayBeNull) {
   EXPECT_EQ(call.Run(), zelOk);
 }
 
+// Then it is taken for empty, and only what reaches into it fails.
+TEST(OneCallStatus, AWindowWithoutMemoryHoldsNothing) {
+  Call call;
+  call.record.window = nullptr;
+  EXPECT_EQ(call.Run(), zelOk);
+  EXPECT_EQ(call.out[0], 'a');
+}
+
 }  // namespace
 }  // namespace zeldc_test

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include "check.h"
+#include "support/uninitialised.h"
 
 uint8_t sampleText[kTextLen];
 
@@ -10,6 +11,7 @@ void* DirtyMemory(int32_t len) {
   void* memory = malloc((size_t)len);
   CHECK(memory != NULL);
   memset(memory, 0xA5, (size_t)len);
+  MakeUninitialised(memory, (size_t)len);
   return memory;
 }
 
