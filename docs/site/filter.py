@@ -32,6 +32,11 @@ def page_label(path: pathlib.Path) -> str:
     return "page_" + re.sub(r"\W", "_", path.stem)
 
 
+def section_label(path: pathlib.Path, heading: str) -> str:
+    """For a heading, or for the part of a link that names it."""
+    return page_label(path) + "_" + re.sub(r"\W", "_", heading.lower())
+
+
 # Headers
 
 def escape(text: str) -> str:
@@ -190,8 +195,10 @@ def page(path: pathlib.Path, text: str) -> str:
 
     def link(match) -> str:
         words, target = match[1], match[2]
-        if re.match(r"\w+:|#|@ref", target):
+        if re.match(r"\w+:|@ref", target):
             return match[0]
+        if target.startswith("#"):
+            return f"[{words}](@ref {section_label(path, target[1:])})"
         found = (path.parent / target.split("#")[0]).resolve()
         if found in pages:
             if start and line.lstrip().startswith(("-", "|")):
@@ -221,6 +228,8 @@ def page(path: pathlib.Path, text: str) -> str:
             line = re.sub(r"`(zel\w+)`", function, line)
         if number == 0 and line.startswith("# "):
             line += f" {{#{'mainpage' if start else page_label(path)}}}"
+        elif not fenced and (heading := re.fullmatch(r"##+ (.*)", line)):
+            line += f" {{#{section_label(path, heading[1])}}}"
         out.append(line)
     return "\n".join(out)
 
