@@ -159,9 +159,8 @@ size_t LzoCompress(const uint8_t* in, uint32_t n, uint8_t* const start, LzoDicti
       };
       constexpr auto kNear = [](auto... position) ZELDC_LAMBDA_INLINE { return LookUpNear(position...); };
       constexpr auto kAny = [](auto... position) ZELDC_LAMBDA_INLINE { return LookUp(position...); };
-      if (p - in <= kNearMaxDistance) {
-        search(stop - in <= kNearMaxDistance ? stop : in + kNearMaxDistance + 1, kNear);
-      }
+      const uint8_t* const nearEnd = in + std::min<ptrdiff_t>(stop - in, kNearMaxDistance + 1);
+      if (p < nearEnd) search(nearEnd, kNear);
       if (p < stop) search(stop, kAny);
     }
     dictionary->next = static_cast<uint32_t>(std::min<int64_t>(n + base + kFirstNumber, kNumberMask));
